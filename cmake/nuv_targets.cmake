@@ -1,0 +1,55 @@
+# How every target of this tree is compiled and linked.
+
+find_package(Threads REQUIRED)
+
+add_library(nuv_options INTERFACE)
+target_compile_options(nuv_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror)
+target_link_libraries(nuv_options INTERFACE Threads::Threads)
+if(NUV_SANITIZE)
+    target_compile_options(nuv_options INTERFACE
+        -fsanitize=${NUV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(nuv_options INTERFACE -fsanitize=${NUV_SANITIZE})
+endif()
+
+# The public headers, as every room and every stranger sees them.
+add_library(nuv_headers INTERFACE)
+target_include_directories(nuv_headers INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kit/include>)
+
+# nuv_library(NAME [OPEN_SYMBOLS] SOURCES...)
+#
+# A shared library of the kit: nothing exported but what says so, the other libraries of the kit
+# found beside it or in ../lib. OPEN_SYMBOLS leaves undefined symbols to load time. Only the
+# back-ends need it: they derive from a class of libnuvdevmgr, which constructs them and therefore
+# links them by name.
+function(nuv_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "OPEN_SYMBOLS" "" "")
+    add_library(${name} SHARED ${arg_UNPARSED_ARGUMENTS})
+    target_link_libraries(${name} PRIVATE nuv_options PUBLIC nuv_headers)
+    nuv_object_properties(${name})
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        BUILD_RPATH_USE_ORIGIN ON
+        INSTALL_RPATH "$ORIGIN:$ORIGIN/../lib")
+    if(NOT arg_OPEN_SYMBOLS AND NOT NUV_SANITIZE)
+        target_link_options(${name} PRIVATE -Wl,-z,defs)
+    endif()
+    set_property(GLOBAL APPEND PROPERTY NUV_LIBRARIES ${name})
+endfunction()
+
+# nuv_objects(NAME SOURCES...): compiled into a shared library of the kit, not a library itself.
+function(nuv_objects name)
+    add_library(${name} OBJECT ${ARGN})
+    target_link_libraries(${name} PRIVATE nuv_options PUBLIC nuv_headers)
+    nuv_object_properties(${name})
+endfunction()
+
+function(nuv_object_properties name)
+    set_target_properties(${name} PROPERTIES
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON)
+endfunction()

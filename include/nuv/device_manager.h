@@ -1,0 +1,145 @@
+// The process's device manager: configuration, back-ends, background threads, open and close.
+#pragma once
+
+#include <nuv/export.h>
+#include <nuv/iftype.h>
+#include <nuv/interface.h>
+#include <nuv/shm_manager.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+
+class CNuv_Log;
+class CNuv_ini;
+
+/// One object per process, usually kept in `nuv_dev_manager`: construct, preset log and general
+/// bits if wanted, `Initialize`, open and close devices by registry id, destroy.
+///
+/// Locks, always taken in this order: `mtx`, the registry's `sem_update`, its `sem_rw`. Call the
+/// entries with none of them held, unless an entry says otherwise.
+class NUV_EXPORT CNuv_device_manager {
+public:
+    /// Sets the defaults; allocates, logs and starts nothing.
+    CNuv_device_manager();
+    CNuv_device_manager(const CNuv_device_manager&) = delete;
+    CNuv_device_manager& operator=(const CNuv_device_manager&) = delete;
+    /// `Close`, but with a sleep of 100 ms, then detaches from the registry and deletes the
+    /// manager's own log. In any state. Controlling thread.
+    ~CNuv_device_manager();
+
+    /// \name Set-up
+    /// Controlling thread, in any state, no lock taken.
+    /// @{
+
+    /// Stores a log that stays the caller's and is used while the manager has none of its own;
+    /// it must outlive the manager. Null is stored, and nothing is written.
+    void SetLog(CNuv_Log* log);
+    /// Replace, add or clear general bits. What is made already keeps its bits. \return always 0
+    unsigned int set_general_bits(unsigned int bits);
+    unsigned int add_general_bits(unsigned int bits);
+    unsigned int remove_general_bits(unsigned int bits);
+    /// @}
+
+    /// \name Start-up and shutdown
+    /// Controlling thread; never at the same time as a device operation.
+    /// @{
+
+    /// Reads the INI file, attaches to the registry, creates the enabled back-ends and starts the
+    /// background threads.
+    /// \retval NUV_NOERROR    running, whatever back-ends or threads could not be started
+    /// \retval NUV_ERROR_INIT initialised already (also after `Close`), or the registry's answer
+    /// \retval NUV_ERROR_NOMEMORY the registry could not be attached; it may be tried again
+    /// \throws whatever a back-end's constructor or `initialize` throws, or std::bad_alloc; the
+    ///         manager may be initialised again or destroyed
+    unsigned int Initialize();
+    /// Stops the threads, closes what callers left open, deletes the back-ends. The registry stays
+    /// attached, and what remains is to destroy the manager. May be called twice.
+    void Close();
+    /// Reads the INI file into the fields; absent keys leave theirs as they are.
+    /// \return 0, `NUV_ERROR_NO_INI_LOCATOR`, `NUV_ERROR_INI_LOAD`, or the locator's own code
+    ///         when it finds no file
+    unsigned int get_parameter_from_inifile();
+    /// @}
+
+    /// \name Devices
+    /// Any thread. They hold `sem_update` throughout, so they never overlap a scan pass, an open or
+    /// a close of any process; the thread may hold it already through `shm_mgr`. Handles belong to
+    /// the back-end. Not attached: `NUV_ERROR_NOMEMORY` and a line in the log.
+    /// @{
+
+    /// Open the grabber or the communication device of the camera with this registry id.
+    /// \retval NUV_NOERROR         `*grab` or `*com` is open, and recorded until it is closed
+    /// \retval NUV_ERROR_NOT_FOUND no such camera is in use, or its type has no back-end
+    /// \retval NUV_ERROR_NOMEMORY  not attached, out of memory, or a null address
+    /// \return else the back-end's code
+    unsigned int open_grab_device_from_id(unsigned int id, CNuv_grab** grab);
+    unsigned int open_com_device_from_id(unsigned int id, CNuv_com** com);
+    /// Close a handle that the open operations gave out.
+    /// \retval NUV_ERROR_NOT_FOUND never recorded, closed already, or its type has no back-end
+    /// \return else 0 or the back-end's code, after which it stays recorded
+    unsigned int close_grab_device(CNuv_grab* grab);
+    unsigned int close_com_device(CNuv_com* com);
+    /// @}
+
+    /// \name Background threads
+    /// @{
+
+    /// Start a thread that is not running. Controlling thread, attached.
+    /// \return 0 when it runs; `NUV_ERROR_THREAD` when it can't be made, or not attached
+    unsigned int start_scan_thread();
+    unsigned int start_time_thread();
+    /// Stops both; returns when they have ended, within the running pass plus a few milliseconds.
+    /// Controlling thread. \return always 0
+    unsigned int stop_threads();
+    /// Asks one back-end for an update at once, on the calling thread, with no lock taken and
+    /// whatever its options say. \return the back-end's code; `NUV_ERROR_NOT_FOUND` without one
+    unsigned int scan_interface(unsigned int iftype);
+    /// Bodies of the threads; the start operations run them.
+    void scan_interfaces_thread();
+    void time_stamp_thread();
+    /// @}
+
+    /// \name Interface options
+    /// Any thread. Types outside 0..15 have no word: they read as 0 and change nothing.
+    /// @{
+    unsigned int get_interface_options(int iftype);
+    /// Adding `DEVMGR_IF_OPTION_DISABLE_SCAN` also waits for `sem_update` once, so that no pass of
+    /// this process still scans the type on return. Not attached: no wait. \return always 0
+    unsigned int add_interface_option(int iftype, unsigned int bits);
+    unsigned int remove_interface_option(int iftype, unsigned int bits);
+    /// @}
+
+    /// Writes a line to `cdevlog` or, with bit 0x80000000, to `clog`. Any thread, no lock.
+    void writelog(unsigned int level, const char* format, ...) NUV_PRINTF_FORMAT(3, 4);
+
+    bool init_done = false;
+    std::uint32_t m_general_bits = 0;
+    std::uint32_t scantime = 5000;  ///< milliseconds between scan passes
+    std::uint64_t difftime = 10;    ///< seconds; decides whether the time-stamp thread is needed
+    std::uint32_t interface_options[NUV_IFTYPE_COUNT] = {};
+    std::mutex mtx;
+    std::condition_variable cv;
+    std::thread thread_scan;
+    std::atomic<bool> thread_scan_run{false};
+    std::thread thread_time;
+    std::atomic<bool> thread_time_run{false};
+    std::unique_ptr<CNuv_shm_manager> shm_mgr;
+    std::unordered_map<std::uint16_t, std::unique_ptr<CNuv_interface>> interface_list;
+    std::unordered_map<CNuv_grab*, std::uint16_t> grabdev_list;  ///< guarded by `sem_update`
+    std::unordered_map<CNuv_com*, std::uint16_t> comdev_list;    ///< guarded by `sem_update`
+    CNuv_Log* clog = nullptr;                                    ///< the caller's
+    CNuv_Log* cdevlog = nullptr;  ///< the manager's own, deleted by the destructor
+    std::unique_ptr<CNuv_ini> cini;
+
+private:
+    std::atomic<int> threads_alive{0};  ///< threads that have not written their last line yet
+};
+
+/// The process's device manager. Empty when the library is loaded; a caller fills it, and process
+/// exit destroys what it holds.
+extern NUV_EXPORT std::unique_ptr<CNuv_device_manager> nuv_dev_manager;

@@ -1,0 +1,12 @@
+// A camera's grabber device: image transfer.
+#pragma once
+
+#include <cstdint>
+
+/// Handed out and deleted by the back-end that made it.
+class CNuv_grab {
+public:
+    explicit CNuv_grab(std::uint32_t camera_serialnumber) : serialnumber(camera_serialnumber) {}
+
+    const std::uint32_t serialnumber;
+};

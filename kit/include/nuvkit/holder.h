@@ -1,0 +1,25 @@
+// Who holds a camera, as the kit's back-ends write it into `NUV_Device::backend_data`.
+#pragma once
+
+#include <nuv/device.h>
+#include <nuv/export.h>
+
+#include <cstdint>
+
+namespace nuvkit {
+
+/// A process that has a camera open. The start time tells it from a later process with its id.
+struct Holder {
+    std::int32_t process_id = 0;    ///< 0: nobody
+    std::uint32_t start_ticks = 0;  ///< low 32 bits of the process's start, clock ticks since boot
+};
+
+/// The calling process.
+NUV_EXPORT Holder current_process();
+NUV_EXPORT Holder holder_of(const NUV_Device& device);
+NUV_EXPORT void set_holder(NUV_Device& device, const Holder& holder);
+/// Whether that very process still lives. A process of another user counts as living when it is
+/// there with the same start time; a zombie is dead. Nobody is not living.
+NUV_EXPORT bool is_alive(const Holder& holder);
+
+}  // namespace nuvkit
