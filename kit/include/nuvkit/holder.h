@@ -19,7 +19,9 @@ NUV_EXPORT Holder current_process();
 NUV_EXPORT Holder holder_of(const NUV_Device& device);
 NUV_EXPORT void set_holder(NUV_Device& device, const Holder& holder);
 /// Whether that very process still lives. A process of another user counts as living when it is
-/// there with the same start time; a zombie is dead. Nobody is not living.
+/// there with the same start time; a zombie is dead. Nobody is not living. Process ids mean nothing
+/// outside their PID namespace: processes that share the registry must share that too, or one takes
+/// the other's for dead.
 NUV_EXPORT bool is_alive(const Holder& holder);
 
 }  // namespace nuvkit
