@@ -1,0 +1,62 @@
+#include "hand_made_registry.h"
+
+#include "support/private_world.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace nuv_test {
+
+NUV_Devlist_Shm empty_registry() {
+    NUV_Devlist_Shm registry;
+    std::memset(&registry, 0, sizeof registry);
+    registry.struct_version = NUV_SHM_VERSION;
+    registry.opencount = 1;
+    registry.time_stamp = std::time(nullptr);
+    registry.id_counter = 1;
+    sem_t free_semaphore;
+    sem_init(&free_semaphore, 1, 1);
+    registry.sem_rw = free_semaphore;
+    registry.sem_update = free_semaphore;
+    return registry;
+}
+
+NUV_Device camera(unsigned int id, unsigned short iftype, unsigned int serialnumber,
+                  const std::string& name, const std::string& interface_name) {
+    NUV_Device device = {};
+    device.entry_mark = NUV_ENTRY_MARK;
+    device.status_bits = NUV_STATUS_PRESENT;
+    device.id = id;
+    device.serialnumber = serialnumber;
+    device.nuv_iftype = iftype;
+    std::memcpy(device.cameraname, name.data(), std::min(name.size(), NUV_NAME_SIZE));
+    std::memcpy(device.interfacename, interface_name.data(),
+                std::min(interface_name.size(), NUV_NAME_SIZE));
+    return device;
+}
+
+void publish(const NUV_Devlist_Shm& registry) {
+    publish(std::string(reinterpret_cast<const char*>(&registry), sizeof registry));
+}
+
+void publish(const std::string& bytes) {
+    ASSERT_TRUE(shm_is_private());
+    std::ofstream(registry_path(), std::ios::binary) << bytes;
+}
+
+std::string published_bytes() {
+    std::ostringstream bytes;
+    bytes << std::ifstream(registry_path(), std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+std::string registry_path() {
+    return std::string("/dev/shm") + NUV_SHM_NAME;
+}
+
+}  // namespace nuv_test

@@ -1,0 +1,22 @@
+// A registry whose bytes a test has written, without the library.
+#pragma once
+
+#include <nuv/registry_layout.h>
+
+#include <string>
+
+namespace nuv_test {
+
+/// The bytes of a live registry without cameras.
+NUV_Devlist_Shm empty_registry();
+NUV_Device camera(unsigned int id, unsigned short iftype, unsigned int serialnumber,
+                  const std::string& name, const std::string& interface_name);
+
+/// Puts the bytes, or any others, under the registry's name.
+void publish(const NUV_Devlist_Shm& registry);
+void publish(const std::string& bytes);
+/// What lies under the name now.
+std::string published_bytes();
+std::string registry_path();
+
+}  // namespace nuv_test

@@ -1,0 +1,142 @@
+// Verbs that run a device manager, on bench cameras.
+#include "nuvctl/hand_made_registry.h"
+#include "nuvctl/tool.h"
+#include "support/child_process.h"
+#include "support/private_world.h"
+
+#include <gtest/gtest.h>
+#include <sys/file.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using namespace nuv_test;
+
+constexpr char left_camera[] = "[left]\ninterface = USB3\nserial = 101\n";
+constexpr char right_camera[] = "[right]\ninterface = GIGE\nserial = 202\n";
+
+class Running : public testing::Test {
+protected:
+    void SetUp() override { write_ini("nuv_devicemgr", "[OPTIONS]\nScantime = 500\n"); }
+
+    static Child start(std::vector<std::string> words) {
+        words.insert(words.begin(), tool_path());
+        return Child(words);
+    }
+
+    /// Reads on to the line that has all the parts.
+    static void expect_line(Child& tool, const std::vector<std::string>& parts) {
+        std::string seen;
+        while (const auto line = tool.read_line()) {
+            seen += *line + '\n';
+            bool has_all = true;
+            for (const std::string& part : parts) {
+                has_all = has_all && line->find(part) != std::string::npos;
+            }
+            if (has_all) {
+                return;
+            }
+        }
+        ADD_FAILURE() << parts.front() << " ... " << parts.back() << " is not in\n" << seen;
+    }
+
+    static void expect_orderly_end(Child& tool, int signal) {
+        tool.signal(signal);
+        EXPECT_EQ(tool.wait(), 0);
+    }
+
+    static std::string id_of(unsigned int serialnumber) {
+        const Outcome outcome = run_tool({"list", "--json"});
+        for (const nlohmann::json& one : outcome.json()["cameras"]) {
+            if (one["serial_number"] == serialnumber) {
+                return std::to_string(one["id"].get<unsigned int>());
+            }
+        }
+        ADD_FAILURE() << serialnumber << " is not listed";
+        return "0";
+    }
+};
+
+TEST_F(Running, CamerasAreFollowedAndTheRegistryIsRemovedAtTheEnd) {
+    write_ini("nuv_cameras", left_camera);
+    Child manager = start({"run"});
+    expect_line(manager, {"device manager", "USB3"});
+    expect_line(manager, {"appeared", "USB3", "101", "\"left\""});
+    write_ini("nuv_cameras", std::string(left_camera) + "name = arm\n" + right_camera);
+    expect_line(manager, {"renamed", "\"arm\""});
+    expect_line(manager, {"appeared", "GIGE", "202"});
+    write_ini("nuv_cameras", right_camera);
+    expect_line(manager, {"gone", "101"});
+    expect_orderly_end(manager, SIGTERM);
+    EXPECT_FALSE(std::filesystem::exists(registry_path()));
+}
+
+TEST_F(Running, BusyCameraIsRefusedWithItsHolder) {
+    write_ini("nuv_cameras", std::string(left_camera) + right_camera);
+    Child manager = start({"run"});
+    expect_line(manager, {"appeared", "202"});
+    const std::string id = id_of(101);
+
+    Child holder = start({"open", id});
+    expect_line(holder, {"camera " + id + " is open", "101"});
+    expect_line(manager, {"camera " + id + " opened", "by " + std::to_string(holder.pid())});
+    const Outcome second = run_tool({"open", id});
+    EXPECT_EQ(second.code, 4);
+    EXPECT_NE(second.messages.find("in use by " + std::to_string(holder.pid()) + " nuvctl"),
+              std::string::npos)
+        << second.messages;
+
+    expect_orderly_end(holder, SIGINT);
+    expect_line(manager, {"camera " + id + " closed", std::to_string(holder.pid())});
+    Child third = start({"open", id});
+    expect_line(third, {"is open"});
+    third.kill_and_wait();
+    expect_line(manager, {"camera " + id + " closed", std::to_string(third.pid()) + " gone"});
+    expect_orderly_end(manager, SIGINT);
+}
+
+TEST_F(Running, OpenNamesWhyACameraIsNotThere) {
+    write_ini("nuv_cameras", std::string(left_camera) + right_camera + "open_result = 0x1234\n");
+    Child manager = start({"run"});
+    expect_line(manager, {"appeared", "101"});
+    const Outcome unknown = run_tool({"open", "777"});
+    EXPECT_EQ(unknown.code, 3);
+    EXPECT_NE(unknown.messages.find("not in the registry"), std::string::npos);
+
+    const Outcome failing = run_tool({"open", id_of(202)});
+    EXPECT_EQ(failing.code, 1);
+    EXPECT_NE(failing.messages.find("0x00001234"), std::string::npos) << failing.messages;
+
+    const std::string config = config_folder() + "/no_usb3";
+    std::ofstream(config) << "[INTERFACES]\nUSB3 = 0\n";
+    const Outcome disabled = run_tool({"open", id_of(101), "--config", config});
+    EXPECT_EQ(disabled.code, 1);
+    EXPECT_NE(disabled.messages.find("interface is not running"), std::string::npos);
+    expect_orderly_end(manager, SIGTERM);
+}
+
+TEST_F(Running, ConfigFileReplacesTheOneThatWouldBeFound) {
+    const std::string config = config_folder() + "/any name";
+    std::ofstream(config) << "[INTERFACES]\nUSB=0\nUSB3=0\nCLHS_SISO=0\nCLHS_KAYA=0\nME4=0\n";
+    const auto folders = [] {
+        int count = 0;
+        for (const auto& entry :
+             std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
+            count += entry.path().filename().string().rfind("nuvctl-", 0) == 0;
+        }
+        return count;
+    };
+    setenv("TMPDIR", config_folder().c_str(), 1);
+    write_ini("nuv_cameras", right_camera);
+    Child manager = start({"run", "--config", config});
+    EXPECT_EQ(manager.read_line(),
+              "device manager " + std::to_string(manager.pid()) + " is running, interfaces: GIGE");
+    EXPECT_EQ(folders(), 0);
+    expect_line(manager, {"appeared", "202"});
+    expect_orderly_end(manager, SIGTERM);
+    EXPECT_EQ(run_tool({"run", "--config", config_folder()}).code, 2);
+}
+
+}  // namespace

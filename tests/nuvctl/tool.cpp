@@ -1,0 +1,44 @@
+#include "tool.h"
+
+#include "support/child_process.h"
+#include "support/private_world.h"
+
+#include <fstream>
+#include <sstream>
+
+namespace nuv_test {
+
+nlohmann::json Outcome::json() const {
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + '\n';
+    }
+    return nlohmann::json::parse(text);
+}
+
+std::string tool_path() {
+    return NUVCTL_PATH;
+}
+
+Outcome run_tool(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& before) {
+    const std::string messages = config_folder() + "/messages";
+    std::vector<std::string> command{"/bin/sh", "-c", "exec \"$@\" 2>\"$0\"", messages};
+    command.insert(command.end(), before.begin(), before.end());
+    command.push_back(tool_path());
+    command.insert(command.end(), arguments.begin(), arguments.end());
+
+    Child tool(command);
+    tool.close_input();
+    Outcome outcome;
+    while (const auto line = tool.read_line()) {
+        outcome.lines.push_back(*line);
+    }
+    outcome.code = tool.wait();
+    std::ostringstream text;
+    text << std::ifstream(messages).rdbuf();
+    outcome.messages = text.str();
+    return outcome;
+}
+
+}  // namespace nuv_test

@@ -1,0 +1,24 @@
+// The real nuvctl, with what it prints.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace nuv_test {
+
+struct Outcome {
+    int code = -1;
+    std::vector<std::string> lines;
+    std::string messages;  ///< standard error
+
+    nlohmann::json json() const;
+};
+
+std::string tool_path();
+
+/// Runs the tool to its end. `before` are words of a command that starts it.
+Outcome run_tool(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& before = {});
+
+}  // namespace nuv_test

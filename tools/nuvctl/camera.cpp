@@ -1,0 +1,109 @@
+#include "camera.h"
+
+#include "iftype_text.h"
+#include "process_text.h"
+
+#include <string.h>
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace nuvctl {
+namespace {
+
+bool holds_camera(const NUV_Device& entry) {
+    return entry.id != 0 || entry.serialnumber != 0 || entry.status_bits != 0;
+}
+
+std::string hexadecimal(const unsigned char* bytes, std::size_t count) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", bytes[i]);
+        text += digits;
+    }
+    return text;
+}
+
+/// A text: many readers of JSON keep numbers only up to 2^53.
+std::string hexadecimal(std::uint64_t number) {
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%" PRIx64, number);
+    return text;
+}
+
+nlohmann::json status_words(std::uint32_t bits) {
+    nlohmann::json words = nlohmann::json::array();
+    if (bits & NUV_STATUS_PRESENT) {
+        words.push_back("present");
+    }
+    if (bits & NUV_STATUS_GRAB_OPEN) {
+        words.push_back("grabber_open");
+    }
+    if (bits & NUV_STATUS_COM_OPEN) {
+        words.push_back("com_open");
+    }
+    return words;
+}
+
+}  // namespace
+
+std::vector<Camera> cameras_in(const NUV_Devlist_Shm& registry) {
+    std::vector<Camera> cameras;
+    for (int index = 0; index < NUV_DEVICE_COUNT; ++index) {
+        const NUV_Device entry = registry.nuvdevice[index];
+        if (holds_camera(entry)) {
+            cameras.push_back({index, entry});
+        }
+    }
+    std::stable_sort(cameras.begin(), cameras.end(),
+                     [](const Camera& a, const Camera& b) { return a.entry.id < b.entry.id; });
+    return cameras;
+}
+
+std::string camera_name(const NUV_Device& entry) {
+    return std::string(entry.cameraname, strnlen(entry.cameraname, NUV_NAME_SIZE));
+}
+
+std::string interface_name(const NUV_Device& entry) {
+    return std::string(entry.interfacename, strnlen(entry.interfacename, NUV_NAME_SIZE));
+}
+
+std::string state_word(std::uint32_t status_bits) {
+    if (!(status_bits & NUV_STATUS_PRESENT)) {
+        return "unplugged";
+    }
+    switch (status_bits & (NUV_STATUS_GRAB_OPEN | NUV_STATUS_COM_OPEN)) {
+        case NUV_STATUS_GRAB_OPEN:
+            return "grabber open";
+        case NUV_STATUS_COM_OPEN:
+            return "com open";
+        case 0:
+            return "present";
+        default:
+            return "open";
+    }
+}
+
+nlohmann::json camera_to_json(const Camera& camera) {
+    const NUV_Device& entry = camera.entry;
+    return {{"index", camera.index},
+            {"id", +entry.id},
+            {"iftype", iftype_to_json(entry.nuv_iftype)},
+            {"serial_number", +entry.serialnumber},
+            {"name", camera_name(entry)},
+            {"interface_name", interface_name(entry)},
+            {"state", state_word(entry.status_bits)},
+            {"status_bits", +entry.status_bits},
+            {"status", status_words(entry.status_bits)},
+            {"holder", holder_to_json(nuvkit::holder_of(entry))},
+            {"extended_info", hexadecimal(entry.extended_info)},
+            {"entry_mark", +entry.entry_mark},
+            {"backend_data", hexadecimal(entry.backend_data, sizeof entry.backend_data)},
+            {"backend_word_a", +entry.backend_word_a},
+            {"backend_word_b", +entry.backend_word_b}};
+}
+
+}  // namespace nuvctl

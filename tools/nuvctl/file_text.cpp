@@ -1,0 +1,40 @@
+#include "file_text.h"
+
+#include "safe_text.h"
+
+#include <grp.h>
+#include <pwd.h>
+
+#include <cstdio>
+#include <ctime>
+
+namespace nuvctl {
+
+std::string user_name(uid_t user) {
+    const passwd* entry = getpwuid(user);
+    return entry ? safe_text(entry->pw_name) : std::to_string(user);
+}
+
+std::string group_name(gid_t group_id) {
+    const group* entry = getgrgid(group_id);
+    return entry ? safe_text(entry->gr_name) : std::to_string(group_id);
+}
+
+std::string mode_text(mode_t mode) {
+    char text[8];
+    std::snprintf(text, sizeof text, "%04o", mode & 07777u);
+    return text;
+}
+
+std::string time_text(std::int64_t seconds) {
+    const std::time_t moment = seconds;
+    std::tm parts;
+    char text[64];
+    if (localtime_r(&moment, &parts) == nullptr ||
+        std::strftime(text, sizeof text, "%F %T", &parts) == 0) {
+        return std::to_string(seconds);
+    }
+    return text;
+}
+
+}  // namespace nuvctl

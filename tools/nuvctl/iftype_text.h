@@ -1,0 +1,17 @@
+// Interface types in words.
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+
+namespace nuvctl {
+
+/// As in the configuration file; the code itself for types that no back-end serves.
+std::string short_name(std::uint16_t iftype);
+/// Nothing for a code outside the table.
+std::optional<std::string> display_name(std::uint16_t iftype);
+nlohmann::json iftype_to_json(std::uint16_t iftype);
+
+}  // namespace nuvctl

@@ -1,0 +1,79 @@
+#include "verb.h"
+
+#include <locale.h>
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+using nuvctl::Action;
+using nuvctl::Exit;
+
+namespace {
+
+struct Verb {
+    const char* name;
+    const char* summary;
+    Action (*declare)(CLI::App& arguments);
+};
+
+constexpr Verb verbs[] = {
+    {"list", "Every camera in the registry (the default)", nuvctl::declare_list},
+    {"status", "The registry itself: managers, heartbeat, entries, semaphores",
+     nuvctl::declare_status},
+    {"run", "Run a device manager in the foreground until interrupted", nuvctl::declare_run},
+    {"open", "Open a camera and hold it until interrupted", nuvctl::declare_open},
+};
+
+constexpr char exit_code_help[] =
+    "Exit codes: 0 done, 1 failure (also a registry that is too short or of another version),\n"
+    "2 usage, 3 not found, 4 busy, 5 permission, 6 timeout, 7 registry absent or stale.";
+
+/// The words after the program's name, in reverse as CLI11 wants them; "list" when there is no
+/// verb.
+std::vector<std::string> reversed_arguments(int count, char** words) {
+    std::vector<std::string> arguments(words + (count > 0 ? 1 : 0), words + count);
+    const bool starts_with_option = !arguments.empty() && arguments[0].rfind('-', 0) == 0 &&
+                                    arguments[0] != "-h" && arguments[0] != "--help";
+    if (arguments.empty() || starts_with_option) {
+        arguments.insert(arguments.begin(), "list");
+    }
+    return {arguments.rbegin(), arguments.rend()};
+}
+
+Exit run_tool(int count, char** words) {
+    CLI::App tool("See and use the cameras in this machine's device registry.", "nuvctl");
+    tool.footer(exit_code_help);
+    tool.require_subcommand(1);
+    Action chosen;
+    for (const Verb& verb : verbs) {
+        CLI::App* arguments = tool.add_subcommand(verb.name, verb.summary);
+        arguments->callback([&chosen, action = verb.declare(*arguments)] { chosen = action; });
+    }
+    try {
+        tool.parse(reversed_arguments(count, words));
+    } catch (const CLI::ParseError& error) {
+        return tool.exit(error) == 0 ? Exit::done : Exit::usage;
+    }
+    return chosen();
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    // Names in the registry are UTF-8 whatever the user's locale is.
+    setlocale(LC_CTYPE, "C.UTF-8");
+    Exit code = Exit::failure;
+    try {
+        code = run_tool(count, words);
+    } catch (const std::exception& error) {
+        std::cerr << "nuvctl: " << error.what() << '\n';
+    }
+    if (!std::cout.flush()) {
+        std::cerr << "nuvctl: cannot write to standard output\n";
+        code = code == Exit::done ? Exit::failure : code;
+    }
+    return static_cast<int>(code);
+}

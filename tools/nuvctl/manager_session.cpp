@@ -1,0 +1,54 @@
+#include "manager_session.h"
+
+#include "private_config.h"
+#include "registry_view.h"
+#include "result_text.h"
+
+#include <nuv/device_manager.h>
+#include <nuv/result.h>
+
+#include <iostream>
+#include <memory>
+#include <optional>
+
+namespace nuvctl {
+namespace {
+
+Exit start(const std::string& config) {
+    // Read once, while starting: nothing needs to be left for the end.
+    std::optional<Private_config> private_config;
+    if (!config.empty()) {
+        private_config.emplace(config);
+    }
+    nuv_dev_manager = std::make_unique<CNuv_device_manager>();
+    const unsigned int code = nuv_dev_manager->Initialize();
+    if (code == NUV_NOERROR) {
+        return Exit::done;
+    }
+    const bool permitted = may_attach();
+    std::cerr << "nuvctl: the device manager cannot start: "
+              << (permitted ? result_text(code)
+                            : result_text(code) + ": no permission to write to the registry")
+              << '\n';
+    return permitted ? Exit::failure : Exit::permission;
+}
+
+}  // namespace
+
+Manager_session::Manager_session(const std::string& config) : result(Exit::failure) {
+    try {
+        result = start(config);
+    } catch (const std::exception& error) {
+        std::cerr << "nuvctl: the device manager cannot start: " << error.what() << '\n';
+    }
+}
+
+Manager_session::~Manager_session() {
+    nuv_dev_manager.reset();
+}
+
+int Manager_session::registry() const {
+    return nuv_dev_manager->shm_mgr->m_hMem;
+}
+
+}  // namespace nuvctl

@@ -1,0 +1,28 @@
+// What every verb that only looks understands, and what it prints in consequence.
+#pragma once
+
+#include "registry_view.h"
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace nuvctl {
+
+struct Reading_options {
+    bool json = false;
+    bool no_headings = false;
+    std::string color = "auto";
+};
+
+void add_reading_options(CLI::App& arguments, Reading_options& options);
+
+bool is_terminal_output();
+bool wants_color(const Reading_options& options);
+
+void print_json(const nlohmann::json& document);
+
+}  // namespace nuvctl

@@ -1,0 +1,96 @@
+#include "table.h"
+
+#include "reading_options.h"
+#include "safe_text.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <iostream>
+#include <numeric>
+
+namespace nuvctl {
+namespace {
+
+constexpr std::size_t gap = 2;
+
+std::vector<std::size_t> natural_widths(const Table& table, bool headings) {
+    std::vector<std::size_t> widths;
+    for (std::size_t column = 0; column < table.columns.size(); ++column) {
+        std::size_t width = headings ? table.columns[column].title.size() : 0;
+        for (const std::vector<Cell>& row : table.rows) {
+            width = std::max(width, display_width(row[column].text));
+        }
+        widths.push_back(width);
+    }
+    return widths;
+}
+
+/// Takes what is too much from the widest of the columns that may give way, column by column.
+void fit(std::vector<std::size_t>& widths, const std::vector<Column>& columns, std::size_t limit) {
+    const std::size_t gaps = gap * (columns.size() - 1);
+    while (std::accumulate(widths.begin(), widths.end(), gaps) > limit) {
+        std::size_t widest = columns.size();
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            const bool gives_way = columns[i].shrinks_to > 0 && widths[i] > columns[i].shrinks_to;
+            if (gives_way && (widest == columns.size() || widths[i] > widths[widest])) {
+                widest = i;
+            }
+        }
+        if (widest == columns.size()) {
+            return;
+        }
+        --widths[widest];
+    }
+}
+
+std::string colored(const std::string& text, Color color, bool colors) {
+    if (!colors || color == Color::none) {
+        return text;
+    }
+    return "\x1b[" + std::to_string(static_cast<int>(color)) + "m" + text + "\x1b[0m";
+}
+
+void print_row(const std::vector<Cell>& row, const std::vector<Column>& columns,
+               const std::vector<std::size_t>& widths, bool colors) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        const std::string text = shortened(row[i].text, widths[i]);
+        const std::string padding(widths[i] - display_width(text), ' ');
+        const bool last = i + 1 == row.size();
+        std::cout << (columns[i].right_aligned ? padding : "")
+                  << colored(text, row[i].color, colors)
+                  << (columns[i].right_aligned || last ? "" : padding)
+                  << (last ? "\n" : std::string(gap, ' '));
+    }
+}
+
+}  // namespace
+
+void Table::print(bool headings, bool colors, std::size_t width) const {
+    std::vector<std::size_t> widths = natural_widths(*this, headings);
+    if (width > 0) {
+        fit(widths, columns, width);
+    }
+    if (headings) {
+        std::vector<Cell> titles;
+        for (const Column& column : columns) {
+            titles.push_back({column.title, Color::bold});
+        }
+        print_row(titles, columns, widths, colors);
+    }
+    for (const std::vector<Cell>& row : rows) {
+        print_row(row, columns, widths, colors);
+    }
+}
+
+std::size_t terminal_width() {
+    if (!is_terminal_output()) {
+        return 0;
+    }
+    winsize size = {};
+    ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
+    return std::max<std::size_t>(size.ws_col, 80);
+}
+
+}  // namespace nuvctl

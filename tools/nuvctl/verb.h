@@ -1,0 +1,21 @@
+// A verb is one file: it declares its arguments and hands back what is to be done with them.
+#pragma once
+
+#include "exit_code.h"
+
+#include <functional>
+
+namespace CLI {
+class App;
+}
+
+namespace nuvctl {
+
+using Action = std::function<Exit()>;
+
+Action declare_list(CLI::App& arguments);
+Action declare_open(CLI::App& arguments);
+Action declare_run(CLI::App& arguments);
+Action declare_status(CLI::App& arguments);
+
+}  // namespace nuvctl
