@@ -16,7 +16,8 @@ endif()
 add_library(nuv_headers INTERFACE)
 target_include_directories(nuv_headers INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kit/include>)
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/kit/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
 # nuv_library(NAME [OPEN_SYMBOLS] SOURCES...)
 #
@@ -34,16 +35,21 @@ function(nuv_library name)
         SOVERSION ${PROJECT_VERSION_MAJOR}
         BUILD_RPATH_USE_ORIGIN ON
         INSTALL_RPATH "$ORIGIN:$ORIGIN/../lib")
+    target_link_options(${name} PRIVATE
+        -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    set_property(TARGET ${name} APPEND PROPERTY
+        LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
     if(NOT arg_OPEN_SYMBOLS AND NOT NUV_SANITIZE)
         target_link_options(${name} PRIVATE -Wl,-z,defs)
     endif()
     set_property(GLOBAL APPEND PROPERTY NUV_LIBRARIES ${name})
 endfunction()
 
-# nuv_objects(NAME SOURCES...): compiled into a shared library of the kit, not a library itself.
+# nuv_objects(NAME SOURCES...): a room of libnuvdevmgr, compiled into it.
 function(nuv_objects name)
     add_library(${name} OBJECT ${ARGN})
     target_link_libraries(${name} PRIVATE nuv_options PUBLIC nuv_headers)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
     nuv_object_properties(${name})
 endfunction()
 

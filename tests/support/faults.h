@@ -1,0 +1,50 @@
+// Makes system calls of the library fail, counts them, and puts delays or deaths in front of them.
+//
+// The test program defines these calls itself, and so comes before the system's in every library
+// that is loaded; what is not to fail goes on to the system. The library is built as it is shipped.
+#pragma once
+
+namespace nuv_test {
+
+enum class Call {
+    shm_open,
+    shm_unlink,
+    mmap,
+    munmap,
+    ftruncate,
+    posix_fallocate,
+    fchown,
+    fchmod,
+    fcntl,
+    getgrnam,
+    sem_init,
+    sem_wait,
+    sem_trywait,
+    sem_timedwait,
+    sem_clockwait,
+    sem_post,
+    sem_destroy,
+    pthread_create,
+    COUNT
+};
+
+/// Faults for as long as this object lives; one at a time. Any thread's calls count, made by
+/// whatever library.
+class Faults {
+public:
+    Faults();
+    Faults(const Faults&) = delete;
+    Faults& operator=(const Faults&) = delete;
+    ~Faults();
+
+    /// The n-th call from now (1: the next) fails with `error`. One fault for each call at a time.
+    void fail_nth(Call call, int n, int error);
+    void fail_always(Call call, int error);
+    /// Calls since this object was made or `restart_count` was called.
+    int calls(Call call) const;
+    void restart_count(Call call);
+    /// Run before each such call, with its number (1: the first); null removes it.
+    void before(Call call, void (*hook)(int number));
+};
+
+}  // namespace nuv_test

@@ -1,0 +1,77 @@
+# The gates of ./dev check. Every gate runs; the summary at the end names those that failed.
+# Sourced by ./dev. Further gates (longer runs, the benchmark's counts) are lines in `check`.
+
+. tools/dev/sources.sh
+
+linted_folders='^(registry|interface|manager|kit|tools|examples)/'
+
+gate_format() {
+    all_sources | xargs -0 clang-format --dry-run -Werror
+}
+
+gate_include_rules() {
+    tests/tree/include_rules.sh .
+}
+
+gate_exported_symbols() {
+    build dev && ctest --preset dev -R '^tree\.'
+}
+
+gate_clang() {
+    build clang
+}
+
+gate_clang_tidy() {
+    configure clang || return
+    all_sources | tr '\0' '\n' | grep '\.cpp$' | grep -E "$linted_folders" |
+        xargs -P "$(nproc)" -n 1 clang-tidy -p build/clang --quiet --warnings-as-errors='*'
+}
+
+gate_cppcheck() {
+    cppcheck --quiet --std=c++17 --language=c++ --error-exitcode=1 --inline-suppr \
+        --enable=warning,performance,portability --suppress=missingIncludeSystem \
+        -j "$(nproc)" -I include -I kit/include -I . registry interface manager kit tools examples
+}
+
+gate_asan() {
+    build asan && ctest --preset asan
+}
+
+# The older runtime of the thread sanitizer stops where addresses are spread too widely.
+gate_tsan() {
+    build tsan && setarch --addr-no-randomize ctest --preset tsan
+}
+
+# gate NAME FAILURE: runs gate_NAME, its output in build/check/NAME.log; says FAILURE when it fails.
+gate() {
+    local name=$1 failure=$2 log=build/check/$1.log started=$SECONDS
+    printf 'check: %-18s' "$name"
+    if ("gate_$name") >"$log" 2>&1; then
+        printf 'ok      %4d s\n' $((SECONDS - started))
+        summary+=("$(printf '%-18s ok' "$name")")
+        return
+    fi
+    printf 'FAILED  %4d s\n' $((SECONDS - started))
+    tail -n 60 "$log"
+    printf 'check: %s: %s The whole output: %s\n' "$name" "$failure" "$log"
+    summary+=("$(printf '%-18s FAILED: %s' "$name" "$failure")")
+    failed=$((failed + 1))
+}
+
+check() {
+    [ $# -eq 0 ] || fail "usage: ./dev check"
+    mkdir -p build/check
+    local summary=() failed=0
+    gate format "Sources are not laid out as .clang-format says; ./dev format mends it."
+    gate include_rules "A room includes a header that it may not see."
+    gate exported_symbols "The libraries differ from what they are meant to export or need."
+    gate clang "The tree does not build with clang without warnings."
+    gate clang_tidy "clang-tidy found fault with the sources."
+    gate cppcheck "cppcheck found fault with the sources."
+    gate asan "A test fails, or is unclean, under the address and undefined-behaviour sanitizers."
+    gate tsan "A test fails, or races, under the thread sanitizer."
+    printf '\n'
+    printf '%s\n' "${summary[@]}"
+    [ "$failed" -eq 0 ] || fail "$failed of ${#summary[@]} gates failed"
+    printf 'All %d gates passed.\n' "${#summary[@]}"
+}
