@@ -74,8 +74,9 @@ public:
 
     /// Open the grabber or the communication device of the camera with this registry id.
     /// \retval NUV_NOERROR         `*grab` or `*com` is open, and recorded until it is closed
-    /// \retval NUV_ERROR_NOT_FOUND no such camera is in use, or its type has no back-end
-    /// \retval NUV_ERROR_NOMEMORY  not attached, out of memory, or a null address
+    /// \retval NUV_ERROR_NOT_FOUND no such camera is in use, its type has no back-end, or the
+    ///                             address is null
+    /// \retval NUV_ERROR_NOMEMORY  not attached, or out of memory
     /// \return else the back-end's code
     unsigned int open_grab_device_from_id(unsigned int id, CNuv_grab** grab);
     unsigned int open_com_device_from_id(unsigned int id, CNuv_com** com);
@@ -138,6 +139,7 @@ public:
 
 private:
     std::atomic<int> threads_alive{0};  ///< threads that have not written their last line yet
+    int threads_process = 0;            ///< the process that started them; a forked child has none
 };
 
 /// The process's device manager. Empty when the library is loaded; a caller fills it, and process

@@ -14,7 +14,8 @@ class CNuv_Log;
 
 namespace nuv {
 class Attachment;
-}
+class Attempt;
+}  // namespace nuv
 
 /// Creates the registry or attaches to it, counts itself in and out, keeps the heartbeat, and
 /// reads and changes the device list. A process usually has several, each counted on its own.
@@ -155,6 +156,6 @@ public:
     CNuv_Log* clog = nullptr;
 
 private:
-    friend class nuv::Attachment;
+    friend class nuv::Attempt;
     std::unique_ptr<nuv::Attachment> attachment;
 };

@@ -1,0 +1,59 @@
+// The descriptor and the mapping through which one manager reaches the region.
+#pragma once
+
+#include <nuv/shm_manager.h>
+
+#include <sys/types.h>
+
+#include <cstddef>
+
+namespace nuv {
+
+/// Owns both. A fork hands copies of them to the child, which would keep a dead parent's locks
+/// alive: so every attachment of the process is in a list, and the child closes and unmaps what it
+/// finds there before `fork` returns. Its managers are then not attached.
+class Attachment {
+public:
+    Attachment();
+    Attachment(const Attachment&) = delete;
+    Attachment& operator=(const Attachment&) = delete;
+    ~Attachment();
+
+    /// Opens the region's name; false leaves the reason in `errno`.
+    bool open(int flags);
+    /// Maps the whole region; false leaves the reason in `errno`.
+    bool map();
+    void unmap();
+    /// Gives up the locks and closes the descriptor.
+    void close();
+
+    int fd() const { return descriptor; }
+    NUV_Devlist_Shm* region() const { return mapping; }
+
+    /// Whether the descriptor's file still has a name. A region without one is nobody's meeting
+    /// place any more.
+    bool has_link() const;
+    std::size_t size() const;
+    /// Read from the file, since a mapping beyond its end can't be touched.
+    unsigned int version() const;
+
+    /// The manager that shows this attachment in its fields from now on.
+    void set_manager(CNuv_shm_manager& attached);
+    /// False in a process that was forked without the list being seen to.
+    bool belongs_to_this_process() const;
+
+private:
+    static void before_fork();
+    static void after_fork_in_parent();
+    static void after_fork_in_child();
+    void forget_in_child();
+
+    int descriptor = -1;
+    NUV_Devlist_Shm* mapping = nullptr;
+    CNuv_shm_manager* manager = nullptr;
+    pid_t process;
+    Attachment* next;
+    Attachment* previous = nullptr;
+};
+
+}  // namespace nuv

@@ -1,0 +1,145 @@
+// Changing the device list: every operation is one pass under `sem_rw`.
+#include "registry/listens.h"
+#include "registry/region.h"
+#include "registry/sem_hold.h"
+
+#include <nuv/bits.h>
+#include <nuv/result.h>
+
+#include <cstring>
+
+namespace {
+
+NUV_Device* find_serialnumber(NUV_Devlist_Shm& region, unsigned int serialnumber) {
+    const int index = nuv::find_entry(region, [serialnumber](const NUV_Device& entry) {
+        return entry.serialnumber == serialnumber;
+    });
+    return index >= 0 ? &region.nuvdevice[index] : nullptr;
+}
+
+/// Ends the caller's text within its 64 bytes, and copies all of them.
+void copy_name(char* destination, char* name) {
+    name[NUV_NAME_SIZE - 1] = '\0';
+    std::memcpy(destination, name, NUV_NAME_SIZE);
+}
+
+}  // namespace
+
+unsigned int CNuv_shm_manager::get_next_id(unsigned int& id) {
+    constexpr char op[] = "get_next_id";
+    if (!nuv::is_attached(*this)) {
+        return NUV_ERROR_NOMEMORY;
+    }
+    const nuv::Sem_hold hold(*sema_rw);
+    id = devlist_shm->id_counter;
+    devlist_shm->id_counter = id + 1;
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: id %d", op, id);
+    return NUV_NOERROR;
+}
+
+unsigned int CNuv_shm_manager::set_nuvdevice_to_free_listentry(NUV_Device device) {
+    constexpr char op[] = "set_nuvdevice_to_free_listentry";
+    if (!nuv::is_attached(*this)) {
+        return NUV_ERROR_NOMEMORY;
+    }
+    nuv::Sem_hold hold(*sema_rw);
+    const int index = nuv::find_entry(*devlist_shm, [](const NUV_Device& entry) {
+        return entry.id == 0 && entry.serialnumber == 0;
+    });
+    if (index < 0) {
+        hold.release();
+        NUV_LOG(*this, NUV_LOG_ERROR, "%s: no free listentry found", op);
+        return NUV_ERROR_NOMEMORY;
+    }
+    devlist_shm->nuvdevice[index] = device;
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: list at %d", op, index);
+    return NUV_NOERROR;
+}
+
+unsigned int CNuv_shm_manager::add_status_bits_to_nuvdevice_from_serialnumber(
+    unsigned int serialnumber, unsigned int bits) {
+    constexpr char op[] = "add_status_bits_to_nuvdevice_from_serialnumber";
+    if (!nuv::is_attached(*this)) {
+        return NUV_ERROR_NOMEMORY;
+    }
+    const nuv::Sem_hold hold(*sema_rw);
+    NUV_Device* const entry = find_serialnumber(*devlist_shm, serialnumber);
+    if (entry == nullptr) {
+        return NUV_ERROR_NOT_FOUND;
+    }
+    entry->status_bits |= bits;
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d status bits 0x%x added", op,
+            entry->id, entry->serialnumber, bits);
+    return NUV_NOERROR;
+}
+
+unsigned int CNuv_shm_manager::remove_status_bits_to_nuvdevice_from_serialnumber(
+    unsigned int serialnumber, unsigned int bits) {
+    constexpr char op[] = "remove_status_bits_to_nuvdevice_from_serialnumber";
+    if (!nuv::is_attached(*this)) {
+        return NUV_ERROR_NOMEMORY;
+    }
+    const nuv::Sem_hold hold(*sema_rw);
+    NUV_Device* const entry = find_serialnumber(*devlist_shm, serialnumber);
+    if (entry == nullptr) {
+        return NUV_ERROR_NOT_FOUND;
+    }
+    entry->status_bits &= ~bits;
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d status bits 0x%x removed", op,
+            entry->id, entry->serialnumber, bits);
+    return NUV_NOERROR;
+}
+
+unsigned int CNuv_shm_manager::update_interfacename_of_nuvdevice_from_serialnumber(
+    unsigned int serialnumber, char* name) {
+    constexpr char op[] = "update_interfacename_of_nuvdevice_from_serialnumber";
+    if (!nuv::is_attached(*this)) {
+        return NUV_ERROR_NOMEMORY;
+    }
+    if (name == nullptr) {
+        return NUV_ERROR_NOT_FOUND;
+    }
+    const nuv::Sem_hold hold(*sema_rw);
+    NUV_Device* const entry = find_serialnumber(*devlist_shm, serialnumber);
+    if (entry == nullptr) {
+        return NUV_ERROR_NOT_FOUND;
+    }
+    copy_name(entry->interfacename, name);
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d new interfce name %s", op,
+            entry->id, entry->serialnumber, name);
+    return NUV_NOERROR;
+}
+
+unsigned int CNuv_shm_manager::update_cameraname_of_nuvdevice_from_serialnumber(
+    unsigned int serialnumber, char* name) {
+    constexpr char op[] = "update_cameraname_of_nuvdevice_from_serialnumber";
+    if (!nuv::is_attached(*this)) {
+        return NUV_ERROR_NOMEMORY;
+    }
+    if (name == nullptr) {
+        return NUV_ERROR_NOT_FOUND;
+    }
+    const nuv::Sem_hold hold(*sema_rw);
+    NUV_Device* const entry = find_serialnumber(*devlist_shm, serialnumber);
+    if (entry == nullptr) {
+        return NUV_ERROR_NOT_FOUND;
+    }
+    copy_name(entry->cameraname, name);
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d new camera name %s", op,
+            entry->id, entry->serialnumber, name);
+    return NUV_NOERROR;
+}
+
+void CNuv_shm_manager::set_extended_info(unsigned int iftype, unsigned int serialnumber,
+                                         unsigned long extended_info) {
+    if (!nuv::is_attached(*this)) {
+        return;
+    }
+    const nuv::Sem_hold hold(*sema_rw);
+    const int index = nuv::find_entry(*devlist_shm, [=](const NUV_Device& entry) {
+        return entry.nuv_iftype == iftype && entry.serialnumber == serialnumber;
+    });
+    if (index >= 0) {
+        devlist_shm->nuvdevice[index].extended_info = extended_info;
+    }
+}

@@ -1,0 +1,61 @@
+#include "registry/region_locks.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <thread>
+
+namespace nuv {
+namespace {
+
+constexpr off_t gate_byte = 0;
+constexpr off_t presence_byte = 1;
+
+/// False only when somebody else holds the lock.
+bool set_lock(int fd, short type, off_t first, off_t length) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = first;
+    lock.l_len = length;
+    return fcntl(fd, F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+}
+
+}  // namespace
+
+bool Gate::acquire(Deadline deadline) {
+    using namespace std::chrono_literals;
+    std::chrono::microseconds pause = 100us;
+    while (!set_lock(fd, F_WRLCK, gate_byte, 1)) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(pause);
+        pause = std::min<std::chrono::microseconds>(2 * pause, 5ms);
+    }
+    held = true;
+    return true;
+}
+
+void Gate::release() {
+    if (held) {
+        set_lock(fd, F_UNLCK, gate_byte, 1);
+        held = false;
+    }
+}
+
+bool share_presence(int fd) {
+    return set_lock(fd, F_RDLCK, presence_byte, 1);
+}
+
+bool claim_presence(int fd) {
+    return set_lock(fd, F_WRLCK, presence_byte, 1);
+}
+
+void drop_locks(int fd) {
+    set_lock(fd, F_UNLCK, gate_byte, presence_byte + 1);
+}
+
+}  // namespace nuv

@@ -1,0 +1,47 @@
+// Two one-byte locks on the region's own descriptor, which the kernel drops when their holder dies.
+//
+// gate (byte 0, exclusive): held only across steps that cannot block, by whoever creates, attaches
+// to, clears or removes the region. Nothing waits for a semaphore while holding it: a dead holder
+// of `sem_rw` would lock everyone out for good.
+//
+// presence (byte 1, shared): held from attach to detach. Whoever can turn it exclusive knows that
+// no other manager is attached or attaching.
+//
+// They are locks of the open file description: classic ones would go with any other descriptor of
+// the region that the process closes. Where the kernel knows no such locks, everything here says
+// yes, and the counts in the region decide alone.
+#pragma once
+
+#include <chrono>
+
+namespace nuv {
+
+using Deadline = std::chrono::steady_clock::time_point;
+
+class Gate {
+public:
+    explicit Gate(int region_fd = -1) : fd(region_fd) {}
+    Gate(const Gate&) = delete;
+    Gate& operator=(const Gate&) = delete;
+    ~Gate() { release(); }
+
+    void set_descriptor(int region_fd) { fd = region_fd; }
+    /// Polls until the gate is taken; false when the deadline passes first.
+    bool acquire(Deadline deadline);
+    void release();
+    bool is_held() const { return held; }
+
+private:
+    int fd;
+    bool held = false;
+};
+
+/// False when somebody has presence exclusively, which is somebody who removes the region.
+bool share_presence(int fd);
+/// Turns shared presence into exclusive presence; false when another manager shares it.
+bool claim_presence(int fd);
+/// Gives up gate and presence. A forked child may keep the descriptor open, so closing it here
+/// would not be enough.
+void drop_locks(int fd);
+
+}  // namespace nuv

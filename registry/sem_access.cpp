@@ -1,0 +1,121 @@
+#include "registry/listens.h"
+#include "registry/sem_hold.h"
+
+#include <nuv/bits.h>
+#include <nuv/sem_access.h>
+
+#include <nuvkit/log.h>
+
+#include <pthread.h>
+
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
+namespace {
+
+std::uint64_t this_thread() {
+    return static_cast<std::uint64_t>(pthread_self());
+}
+
+void log_failed_wait(CNuv_sem_access& access, const char* op, int error) {
+    if (const char* const text = nuv::error_text(error)) {
+        access.writelog(NUV_LOG_TRACE, "%s: sem_wait returned %d ernno %d %s", op, -1, error, text);
+    } else {
+        access.writelog(NUV_LOG_TRACE, "%s: sem_wait returned %d ernno %d", op, -1, error);
+    }
+}
+
+}  // namespace
+
+int nuv::become_holder(CNuv_sem_access& access) {
+    relaxed_store(access.t_id, this_thread());
+    const std::int32_t depth = relaxed_load(access.wait_called) + 1;
+    relaxed_store(access.wait_called, depth);
+    return depth;
+}
+
+void nuv::take_surplus_posts(sem_t* semaphore) {
+    // Bounded, since any number may stand in a region that something else has written to.
+    constexpr int most = 1000;
+    for (int taken = 0; taken < most && sem_trywait(semaphore) == 0; ++taken) {
+    }
+}
+
+CNuv_sem_access::CNuv_sem_access(sem_t* semaphore) : sem(semaphore) {}
+
+void CNuv_sem_access::SetLog(CNuv_Log* log) {
+    clog = log;
+}
+
+void CNuv_sem_access::set_general_bits(unsigned int bits) {
+    nuv::relaxed_store(general_bits, bits);
+}
+
+int CNuv_sem_access::wait() {
+    constexpr char op[] = "wait";
+    // Any thread may read the two words here; only its holder finds its own id in them.
+    const std::uint64_t me = this_thread();
+    if (nuv::relaxed_load(wait_called) != 0 && nuv::relaxed_load(t_id) == me) {
+        const int depth = nuv::become_holder(*this);
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: no sem_wait called wait_called %d t_id %u", op, depth,
+                static_cast<unsigned int>(me));
+        return 0;
+    }
+    while (sem != nullptr) {
+        if (sem_wait(sem) == 0) {
+            const int depth = nuv::become_holder(*this);
+            NUV_LOG(*this, NUV_LOG_TRACE, "%s: sem_wait returned %d wait_called %d t_id %u", op, 0,
+                    depth, static_cast<unsigned int>(me));
+            return 0;
+        }
+        const int error = errno;
+        if (nuv::listens(*this)) {
+            log_failed_wait(*this, op, error);
+        }
+        if (error != EINTR) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: return with error -1", op);
+    return -1;
+}
+
+int CNuv_sem_access::trywait() {
+    if (sem == nullptr) {
+        errno = EINVAL;
+        return -1;
+    }
+    return sem_trywait(sem);
+}
+
+int CNuv_sem_access::post() {
+    constexpr char op[] = "post";
+    const std::int32_t held = nuv::relaxed_load(wait_called);
+    if (held < 1) {
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: error sem_post", op);
+        return 0;
+    }
+    const std::int32_t depth = held - 1;
+    nuv::relaxed_store(wait_called, depth);
+    if (depth > 0) {
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: no sem_post wait_called %d", op, depth);
+        return 0;
+    }
+    // Cleared before the post, so that the next holder's id is never overwritten.
+    nuv::relaxed_store(t_id, std::uint64_t{0});
+    const int result = sem_post(sem);
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: sem_post returned %d wait_called %d", op, result, depth);
+    return 0;
+}
+
+void CNuv_sem_access::writelog(unsigned int level, const char* format, ...) {
+    if (!nuv::listens(*this)) {
+        return;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    clog->writelog(level, static_cast<int>(NUV_BIT_LOG_SEM_ACCESS), format, arguments);
+    va_end(arguments);
+}

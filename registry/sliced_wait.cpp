@@ -1,0 +1,49 @@
+#include "registry/sliced_wait.h"
+
+#include "registry/heartbeat.h"
+#include "registry/region.h"
+
+#include <time.h>
+
+#include <cerrno>
+
+namespace nuv {
+namespace {
+
+timespec monotonic_after_one_slice() {
+    constexpr long slice = 250'000'000;
+    constexpr long second = 1'000'000'000;
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_nsec += slice;
+    if (end.tv_nsec >= second) {
+        end.tv_nsec -= second;
+        ++end.tv_sec;
+    }
+    return end;
+}
+
+bool wait_one_slice(sem_t* semaphore) {
+    const timespec end = monotonic_after_one_slice();
+    int result = sem_clockwait(semaphore, CLOCK_MONOTONIC, &end);
+    while (result != 0 && errno == EINTR) {
+        result = sem_clockwait(semaphore, CLOCK_MONOTONIC, &end);
+    }
+    return result == 0;
+}
+
+}  // namespace
+
+Slices wait_in_slices(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, Deadline deadline) {
+    while (!wait_one_slice(sem_rw_of(region))) {
+        if (looks_stale(manager, region)) {
+            return Slices::stale;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return Slices::late;
+        }
+    }
+    return Slices::acquired;
+}
+
+}  // namespace nuv

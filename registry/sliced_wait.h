@@ -1,0 +1,19 @@
+// Waiting for `sem_rw` without waiting for ever for a dead holder.
+#pragma once
+
+#include "registry/region_locks.h"
+
+#include <nuv/shm_manager.h>
+
+#include <semaphore.h>
+
+namespace nuv {
+
+enum class Slices { acquired, stale, late };
+
+/// Waits in slices of 250 ms. After a slice without success the heartbeat is looked at: nobody can
+/// refresh it while a dead process holds the semaphore.
+/// \return `stale` when the heartbeat has become too old; `late` when the deadline has passed
+Slices wait_in_slices(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, Deadline deadline);
+
+}  // namespace nuv
