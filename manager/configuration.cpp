@@ -1,0 +1,159 @@
+// The manager's INI file: one table of keys, one loop.
+#define SI_NO_CONVERSION
+#define SI_IMPLEMENTATION
+#include "manager/listens.h"
+
+#include <nuv/bits.h>
+#include <nuv/device_manager.h>
+#include <nuv/result.h>
+
+#include <nuvkit/ini.h>
+
+#include <SimpleIni.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+struct Ini_key {
+    const char* section;
+    const char* name;
+    void (*apply)(CNuv_device_manager& manager, const Ini_key& key, const char* value);
+    int iftype;           ///< whose option word an interface switch changes
+    unsigned int bit;     ///< which a switch clears when it is on and sets when it is off
+    const char* message;  ///< what the log says; of a switch, when it is on
+    const char* off_message;
+};
+
+unsigned long read_number(const char* value) {
+    return std::strtoul(value, nullptr, 0);
+}
+
+bool read_switch(const char* value) {
+    if (std::strstr(value, "ena") != nullptr) {
+        return true;
+    }
+    return std::strstr(value, "dis") == nullptr && read_number(value) != 0;
+}
+
+void apply_switch(CNuv_device_manager& manager, const Ini_key& key, std::uint32_t& word,
+                  const char* value) {
+    constexpr char op[] = "get_parameter_from_inifile";
+    const bool on = read_switch(value);
+    if (on) {
+        nuv::relaxed_clear_bits(word, key.bit);
+    } else {
+        nuv::relaxed_set_bits(word, key.bit);
+    }
+    NUV_LOG(manager, NUV_LOG_TRACE, on ? key.message : key.off_message, op);
+}
+
+void apply_interface_switch(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
+    apply_switch(manager, key, manager.interface_options[key.iftype], value);
+}
+
+void apply_general_switch(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
+    apply_switch(manager, key, manager.m_general_bits, value);
+}
+
+void log_number(CNuv_device_manager& manager, const Ini_key& key, unsigned long value) {
+    constexpr char op[] = "get_parameter_from_inifile";
+    NUV_LOG(manager, NUV_LOG_TRACE, key.message, op, static_cast<int>(value));
+}
+
+void apply_general_bits(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
+    const auto bits = static_cast<std::uint32_t>(read_number(value));
+    nuv::relaxed_store(manager.m_general_bits, bits);
+    log_number(manager, key, bits);
+}
+
+void apply_scantime(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
+    constexpr unsigned long least = 500;
+    constexpr unsigned long most = 3600000;
+    manager.scantime = static_cast<std::uint32_t>(std::clamp(read_number(value), least, most));
+    log_number(manager, key, manager.scantime);
+}
+
+void apply_difftime(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
+    manager.difftime = read_number(value);
+    log_number(manager, key, manager.difftime);
+}
+
+constexpr unsigned int disable = DEVMGR_IF_OPTION_DISABLE;
+constexpr unsigned int no_scan = DEVMGR_IF_OPTION_DISABLE_SCAN;
+
+// In the order in which they are read: "Scan" decides its bit whatever "General_Bits" says.
+// clang-format off
+constexpr Ini_key ini_keys[] = {
+    {"INTERFACES", "USB", apply_interface_switch, NUV_IFTYPE_USB2, disable,
+     "%s: USB interface enabled", "%s: USB interface disabled"},
+    {"INTERFACES", "USB3", apply_interface_switch, NUV_IFTYPE_USB3, disable,
+     "%s: USB3 interface enabled", "%s: USB3 interface disabled"},
+    {"INTERFACES", "ME4", apply_interface_switch, NUV_IFTYPE_ME4, disable,
+     "%s: ME4 interface enabled", "%s: ME4 interface disabled"},
+    {"INTERFACES", "CLHS_SISO", apply_interface_switch, NUV_IFTYPE_CLHS_ME5, disable,
+     "%s: CLHS_SISO interface enabled", "%s: CLHS_SISO interface disabled"},
+    {"INTERFACES", "CLHS_KAYA", apply_interface_switch, NUV_IFTYPE_CLHS_KAYA, disable,
+     "%s: CLHS_KAYA interface enabled", "%s: CLHS_KAYA interface disabled"},
+    {"INTERFACES", "GIGE", apply_interface_switch, NUV_IFTYPE_GIGE, disable,
+     "%s: GIGE interface enabled", "%s: GIGE interface disabled"},
+    {"INTERFACES", "USB_SCAN", apply_interface_switch, NUV_IFTYPE_USB2, no_scan,
+     "%s: USB interface scan enabled", "%s: USB interface scan disabled"},
+    {"INTERFACES", "USB3_SCAN", apply_interface_switch, NUV_IFTYPE_USB3, no_scan,
+     "%s: USB3 interface scan enabled", "%s: USB3 interface scan disabled"},
+    {"INTERFACES", "CLHS_SISO_SCAN", apply_interface_switch, NUV_IFTYPE_CLHS_ME5, no_scan,
+     "%s: CLHS_SISO interface scan enabled", "%s: CLHS_SISO interface scan disabled"},
+    {"INTERFACES", "CLHS_KAYA_SCAN", apply_interface_switch, NUV_IFTYPE_CLHS_KAYA, no_scan,
+     "%s: CLHS_KAYA interface scan enabled", "%s: CLHS_KAYA interface scan disabled"},
+    {"INTERFACES", "GIGE_SCAN", apply_interface_switch, NUV_IFTYPE_GIGE, no_scan,
+     "%s: GIGE interface scan enabled", "%s: GIGE interface scan disabled"},
+    {"OPTIONS", "General_Bits", apply_general_bits, 0, 0, "%s: m_general_bits set to %ds", nullptr},
+    {"OPTIONS", "Scan", apply_general_switch, 0, NUV_BIT_SCAN_OFF,
+     "%s: scan thread enabled", "%s: scan thread disabled"},
+    {"OPTIONS", "Scantime", apply_scantime, 0, 0, "%s: scantime set to %dms", nullptr},
+    {"OPTIONS", "Difftime", apply_difftime, 0, 0, "%s: difftime set to %ds", nullptr},
+};
+// clang-format on
+
+struct File_closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+/// Zero, or a negative number when the file cannot be opened or parsed.
+int load(CSimpleIniA& parser, const char* path) {
+    constexpr int cannot_open = -3;
+    const std::unique_ptr<std::FILE, File_closer> file(std::fopen(path, "rb"));
+    return file != nullptr ? static_cast<int>(parser.LoadFile(file.get())) : cannot_open;
+}
+
+}  // namespace
+
+unsigned int CNuv_device_manager::get_parameter_from_inifile() {
+    constexpr char op[] = "get_parameter_from_inifile";
+    CSimpleIniA parser;
+    constexpr int path_size = 1024;
+    char path[path_size] = {};
+    if (cini == nullptr) {
+        return NUV_ERROR_NO_INI_LOCATOR;
+    }
+    if (const unsigned int missing = cini->get_ini_filename(path, path_size); missing != 0) {
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: no ini file found", op);
+        return missing;
+    }
+    path[path_size - 1] = '\0';
+    NUV_LOG(*this, NUV_LOG_TRACE, "%s: Load ini file %s", op, path);
+    if (const int loaded = load(parser, path); loaded < 0) {
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: loading file %s failed %d", op, path, loaded);
+        return NUV_ERROR_INI_LOAD;
+    }
+    for (const Ini_key& key : ini_keys) {
+        if (const char* const value = parser.GetValue(key.section, key.name)) {
+            key.apply(*this, key, value);
+        }
+    }
+    return NUV_NOERROR;
+}
