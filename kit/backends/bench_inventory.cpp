@@ -116,6 +116,10 @@ public:
 
     void read() {
         const std::string_view name = section;
+        if (name.empty()) {
+            remark("keys stand outside any section");
+            return;
+        }
         const bool backend = same_word(name.substr(0, backend_prefix.size()), backend_prefix);
         const bool understood =
             backend ? read_backend(name.substr(backend_prefix.size())) : read_camera();

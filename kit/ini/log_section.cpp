@@ -2,6 +2,8 @@
 
 #include "ini_path.h"
 
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -40,7 +42,16 @@ constexpr Number_key number_keys[] = {
     {"MaxFiles", &CNuv_Log::Settings::max_files},
 };
 
+// Anything but a file would make the parser wait, or ask for absurd amounts of memory.
+bool is_file(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 bool load(CSimpleIniA& ini, const std::string& path) {
+    if (!is_file(path)) {
+        return false;
+    }
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                                &std::fclose);
     return file != nullptr && ini.LoadFile(file.get()) >= 0;

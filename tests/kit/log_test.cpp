@@ -1,0 +1,211 @@
+#include "support/child_process.h"
+#include "support/private_world.h"
+
+#include <nuv/bits.h>
+
+#include <nuvkit/log.h>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <thread>
+
+namespace {
+
+constexpr int from_manager = static_cast<int>(NUV_BIT_LOG_DEVICE_MANAGER);
+constexpr int from_usb3 = static_cast<int>(NUV_BIT_LOG_INTERFACE | 8U << 16);
+
+std::string path_of(const std::string& name) {
+    return nuv_test::config_folder() + "/" + name;
+}
+
+CNuv_Log::Settings all_to(const std::string& name) {
+    CNuv_Log::Settings settings;
+    settings.level_bits = 0xFFFFFFFF;
+    settings.file = path_of(name);
+    return settings;
+}
+
+std::vector<std::string> lines_of(const std::string& path) {
+    std::ifstream file(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+// Behind the stamp: date, time, process:thread, level, source.
+std::string text_of(const std::string& line) {
+    static const std::regex stamp(
+        R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+:\d+ 0x[0-9a-f]+ \S+ (.*))");
+    std::smatch match;
+    return std::regex_match(line, match, stamp) ? match[1].str() : "no stamp: " + line;
+}
+
+NUV_PRINTF_FORMAT(2, 3) void write_list(CNuv_Log& log, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    log.writelog(NUV_LOG_TRACE, from_manager, format, arguments);
+    va_end(arguments);
+}
+
+int write_and_die(const std::vector<std::string>& arguments) {
+    CNuv_Log::Settings settings;
+    settings.level_bits = NUV_LOG_TRACE;
+    settings.file = arguments.at(0);
+    CNuv_Log log(settings);
+    log.writelog(NUV_LOG_TRACE, from_manager, "from %d", getpid());
+    kill(getpid(), SIGKILL);
+    return 0;
+}
+const nuv_test::Register_role writer("write_and_die", write_and_die);
+
+TEST(Log, LinesAreSelectedByLevelBitsAndSourceWord) {
+    auto settings = all_to("a.log");
+    settings.level_bits = NUV_LOG_ERROR | NUV_LOG_THREAD;
+    settings.sources = NUV_BIT_LOG_INTERFACE;
+    settings.interface_types = 1U << 8;
+    CNuv_Log log(settings);
+    EXPECT_EQ(log.get_logbits(), NUV_LOG_ERROR | NUV_LOG_THREAD);
+    log.writelog(NUV_LOG_ERROR, from_usb3, "kept");
+    log.writelog(NUV_LOG_TRACE | NUV_LOG_THREAD, 0, "kept: one bit is enough, no class known");
+    log.writelog(NUV_LOG_TRACE, from_usb3, "other level");
+    log.writelog(NUV_LOG_ERROR, from_manager, "other class");
+    log.writelog(NUV_LOG_ERROR, static_cast<int>(NUV_BIT_LOG_INTERFACE | 5U << 16), "other type");
+    log.writelog(NUV_LOG_ERROR, from_usb3, nullptr);
+
+    const auto lines = lines_of(path_of("a.log"));
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(text_of(lines[0]), "kept");
+    EXPECT_NE(lines[0].find(" 0x1 interface-8 kept"), std::string::npos) << lines[0];
+    EXPECT_EQ(text_of(lines[1]).substr(0, 4), "kept");
+}
+
+TEST(Log, TextIsNeverTakenForAFormatOrForMoreThanOneLine) {
+    CNuv_Log log(all_to("a.log"));
+    log.writelog(NUV_LOG_TRACE, from_manager, "100%% {} {0:>9999}");
+    write_list(log, "%s is %d%%", "%s%n", 7);
+    log.writelog(NUV_LOG_TRACE, from_manager, "%s",
+                 "a\n2026-01-01 00:00:00.000 1:1 0x1 manager forged\r\t\x1b[31m\x7f");
+    log.writelog(NUV_LOG_TRACE, from_manager, "%s", std::string(2000, 'x').c_str());
+    log.writelog(NUV_LOG_TRACE, from_manager, "%s", std::string(2000, '\1').c_str());
+
+    const auto lines = lines_of(path_of("a.log"));
+    ASSERT_EQ(lines.size(), 5U);
+    EXPECT_EQ(text_of(lines[0]), "100% {} {0:>9999}");
+    EXPECT_EQ(text_of(lines[1]), "%s%n is 7%");
+    EXPECT_EQ(text_of(lines[2]),
+              R"(a\n2026-01-01 00:00:00.000 1:1 0x1 manager forged\r\t\x1b[31m\x7f)");
+    EXPECT_EQ(text_of(lines[3]), std::string(1023, 'x'));
+    EXPECT_EQ(text_of(lines[4]).size(), 4 * 1023U);
+}
+
+TEST(Log, LinesOfManyThreadsStayWhole) {
+    constexpr int threads = 8;
+    constexpr int each = 300;
+    CNuv_Log log(all_to("a.log"));
+    std::vector<std::thread> writers;
+    for (int thread = 0; thread < threads; ++thread) {
+        writers.emplace_back([&log, thread] {
+            for (int i = 0; i < each; ++i) {
+                log.writelog(NUV_LOG_TRACE, from_manager, "%s",
+                             std::string(200, static_cast<char>('a' + thread)).c_str());
+            }
+        });
+    }
+    for (std::thread& one : writers) {
+        one.join();
+    }
+    const auto lines = lines_of(path_of("a.log"));
+    ASSERT_EQ(lines.size(), static_cast<std::size_t>(threads * each));
+    for (const std::string& line : lines) {
+        const std::string text = text_of(line);
+        ASSERT_EQ(text, std::string(200, text[0]));
+    }
+}
+
+TEST(Log, FullFileIsRenamedAndOnlySoManyAreKept) {
+    auto settings = all_to("a.log");
+    settings.max_size = 500;
+    settings.max_files = 2;
+    CNuv_Log log(settings);
+    for (int i = 0; i < 50; ++i) {
+        log.writelog(NUV_LOG_TRACE, from_manager, "line %d", i);
+    }
+    EXPECT_EQ(text_of(lines_of(path_of("a.log")).back()), "line 49");
+    EXPECT_FALSE(lines_of(path_of("a.1.log")).empty());
+    EXPECT_FALSE(lines_of(path_of("a.2.log")).empty());
+    EXPECT_FALSE(std::filesystem::exists(path_of("a.3.log")));
+    EXPECT_LE(std::filesystem::file_size(path_of("a.1.log")), 500U);
+}
+
+TEST(Log, KilledProcessesLeaveTheirLinesInFilesOfTheirOwn) {
+    const std::string pattern = path_of("new folder/100%%.%p.%d.log");
+    for (int i = 0; i < 2; ++i) {
+        auto child = nuv_test::Child::in_role("write_and_die", {pattern});
+        const std::string id = std::to_string(child.pid());
+        EXPECT_EQ(child.wait(), -SIGKILL);
+        const auto lines = lines_of(path_of("new folder/100%." + id + ".%d.log"));
+        ASSERT_EQ(lines.size(), 1U);
+        EXPECT_EQ(text_of(lines[0]), "from " + id);
+    }
+}
+
+TEST(Log, ChildForkedWhileAnotherThreadWritesCanWrite) {
+    CNuv_Log log(all_to("a.log"));
+    std::atomic<bool> stop{false};
+    std::thread busy([&] {
+        while (!stop) {
+            log.writelog(NUV_LOG_TRACE, from_manager, "busy");
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(20);  // a deadlock ends as a death by signal
+            log.writelog(NUV_LOG_TRACE, from_manager, "child");
+            _exit(0);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    stop = true;
+    busy.join();
+}
+
+TEST(Log, FileThatCannotBeOpenedIsReportedOnceAndTheConsoleGoesOn) {
+    auto settings = all_to("");
+    settings.file = "/proc/no/such.log";
+    settings.console = true;
+    testing::internal::CaptureStderr();
+    {
+        CNuv_Log log(settings);
+        log.writelog(NUV_LOG_TRACE, from_manager, "first");
+        log.writelog(NUV_LOG_TRACE, from_manager, "second");
+    }
+    const std::string written = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(written.find("such.log"), written.rfind("such.log"));
+    EXPECT_NE(written.find("such.log"), std::string::npos);
+    EXPECT_NE(written.find("manager second\n"), std::string::npos);
+}
+
+TEST(Log, LibraryIsRecordedWhateverTheLevelAndWithNullTexts) {
+    auto settings = all_to("a.log");
+    settings.level_bits = 0;
+    CNuv_Log log(settings);
+    log.set_lib_vers("name%s", "1,2", nullptr);
+    log.set_lib_vers(nullptr, nullptr, nullptr);
+    const auto lines = lines_of(path_of("a.log"));
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(text_of(lines[0]), "log of name%s 1,2 ");
+}
+
+}  // namespace
