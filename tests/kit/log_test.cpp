@@ -11,9 +11,9 @@
 
 #include <atomic>
 #include <cstdarg>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <thread>
 
 namespace {
@@ -43,10 +43,9 @@ std::vector<std::string> lines_of(const std::string& path) {
 
 // Behind the stamp: date, time, process:thread, level, source.
 std::string text_of(const std::string& line) {
-    static const std::regex stamp(
-        R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \d+:\d+ 0x[0-9a-f]+ \S+ (.*))");
-    std::smatch match;
-    return std::regex_match(line, match, stamp) ? match[1].str() : "no stamp: " + line;
+    int stamp = 0;
+    std::sscanf(line.c_str(), "%*4d-%*2d-%*2d %*2d:%*2d:%*2d.%*3d %*d:%*d 0x%*x %*s%n", &stamp);
+    return stamp != 0 ? line.substr(static_cast<std::size_t>(stamp) + 1) : "no stamp: " + line;
 }
 
 NUV_PRINTF_FORMAT(2, 3) void write_list(CNuv_Log& log, const char* format, ...) {
