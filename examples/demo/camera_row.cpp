@@ -64,10 +64,10 @@ const Camera_row* find(const std::vector<Camera_row>& rows, const std::string& n
 }
 
 void print_table(const std::vector<Camera_row>& rows, std::string (*own_name)(pid_t)) {
-    std::printf("\n    %3s  %-14s %8s  %-28s %s\n", "id", "camera", "serial", "interface", "state");
+    std::printf("\n    %3s  %-14s %8s  %-30s %s\n", "id", "camera", "serial", "interface", "state");
     for (const Camera_row& row : rows) {
         const std::string state = row.is_open() ? "in use by " + own_name(row.holder) : "free";
-        std::printf("    %3u  %-14s %8u  %-28s %s\n", row.id, row.name.c_str(), row.serialnumber,
+        std::printf("    %3u  %-14s %8u  %-30s %s\n", row.id, row.name.c_str(), row.serialnumber,
                     row.interface_name.c_str(), state.c_str());
     }
     std::printf("\n");
