@@ -10,6 +10,7 @@
 #include <nuvkit/ini.h>
 
 #include <SimpleIni.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -126,6 +127,10 @@ struct File_closer {
 /// Zero, or a negative number when the file cannot be opened or parsed.
 int load(CSimpleIniA& parser, const char* path) {
     constexpr int cannot_open = -3;
+    struct stat status {};
+    if (stat(path, &status) == 0 && S_ISFIFO(status.st_mode)) {
+        return cannot_open;  // fopen would wait for somebody to write
+    }
     const std::unique_ptr<std::FILE, File_closer> file(std::fopen(path, "rb"));
     return file != nullptr ? static_cast<int>(parser.LoadFile(file.get())) : cannot_open;
 }
