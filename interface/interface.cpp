@@ -68,8 +68,9 @@ void CNuv_interface::SetLog(CNuv_Log* log) {
     constexpr char op[] = "SetLog";
     clog = log;
     if (log != nullptr) {
+        const unsigned int logbits = log->get_logbits();
         NUV_LOG_BY(writelogb, *this, NUV_LOG_TRACE, "%s: clog %p loglevel 0x%x", op,
-                   static_cast<void*>(log), log->get_logbits());
+                   static_cast<void*>(log), logbits);
     }
 }
 

@@ -98,12 +98,16 @@ bool acquire_sem_rw(Attempt& attempt, Deadline deadline, bool& cleared) {
     }
 }
 
+void add_to_count(NUV_Devlist_Shm* region) {
+    region->opencount = static_cast<std::int16_t>(region->opencount + 1);
+}
+
 /// Counts this manager in. The fresh heartbeat is stored here and not before, so that a row of
 /// attempts that never get this far leaves a dead registry looking dead.
 void count_in(Attempt& attempt) {
     NUV_Devlist_Shm* const region = attempt.region();
     NUV_LOG(attempt.manager, NUV_LOG_TRACE, "%s: sem_wait 'sem_rw' done", attempt.op());
-    region->opencount = static_cast<std::int16_t>(region->opencount + 1);
+    add_to_count(region);
     NUV_LOG(attempt.manager, NUV_LOG_TRACE, "%s: shm->opencount %d processid %d", attempt.op(),
             region->opencount, region->processid);
     store_time_stamp(region, wall_clock_seconds());
@@ -114,7 +118,12 @@ void count_in(Attempt& attempt) {
 
 /// One acquire and release through the wrapper: whoever attaches has seen that it works.
 void try_wrapper(Attempt& attempt, Deadline deadline, bool& cleared) {
-    if (acquire_sem_rw(attempt, deadline, cleared)) {
+    bool cleared_here = false;
+    if (acquire_sem_rw(attempt, deadline, cleared_here)) {
+        if (cleared_here) {
+            add_to_count(attempt.region());  // the clear has undone the first time
+            cleared = true;
+        }
         become_holder(*attempt.sema_rw);
         attempt.sema_rw->post();
     }

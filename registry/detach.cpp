@@ -46,21 +46,22 @@ bool is_last(const Attachment& attachment) {
            attachment.has_link();
 }
 
-void leave(CNuv_shm_manager& manager, Attachment& attachment, const char* op) {
+void leave(CNuv_shm_manager& manager, Attachment& attachment, Gate& gate, const char* op) {
     attachment.unmap();
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: munmap done", op);
+    gate.release();  // not later: the descriptor's number may be another thread's by then
     attachment.close();
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: close m_hMem done", op);
 }
 
-void remove_region(CNuv_shm_manager& manager, Attachment& attachment, const char* op) {
+void remove_region(CNuv_shm_manager& manager, Attachment& attachment, Gate& gate, const char* op) {
     sem_destroy(sem_rw_of(attachment.region()));
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: sem_destroy 'sem_rw' done", op);
     sem_destroy(sem_update_of(attachment.region()));
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: sem_destroy 'sem_update' done", op);
     // The name goes while the gate is held; the log has it last.
     shm_unlink(NUV_SHM_NAME);
-    leave(manager, attachment, op);
+    leave(manager, attachment, gate, op);
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: shm_unlink done", op);
 }
 
@@ -79,16 +80,16 @@ unsigned int CNuv_shm_manager::close_shm() {
     if (devlist_shm == nullptr) {
         return 0;
     }
+    nuv::Gate gate(m_hMem);
     if (!ours) {
-        nuv::leave(*this, *attachment, op);
+        nuv::leave(*this, *attachment, gate, op);
     } else {
         const nuv::Deadline deadline = nuv::deadline_for(*this);
         nuv::count_out(*this, op, deadline);
-        nuv::Gate gate(m_hMem);
         if (gate.acquire(deadline) && nuv::is_last(*attachment)) {
-            nuv::remove_region(*this, *attachment, op);
+            nuv::remove_region(*this, *attachment, gate, op);
         } else {
-            nuv::leave(*this, *attachment, op);
+            nuv::leave(*this, *attachment, gate, op);
         }
     }
     attachment.reset();
