@@ -2,7 +2,7 @@
 #include "manager/backends.h"
 #include "manager/listens.h"
 #include "manager/scan_suspension.h"
-#include "registry/sem_hold.h"
+#include "manager/update_hold.h"
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
@@ -73,7 +73,7 @@ unsigned int CNuv_device_manager::close_grab_device(CNuv_grab* grab) {
         return NUV_ERROR_NOMEMORY;
     }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: grabdev %p", op, static_cast<void*>(grab));
-    nuv::Sem_hold update(*shm_mgr->sema_update);
+    nuv::Update_hold update(*this, op);
     const unsigned int result = close_grab(*this, op, grab);
     update.release();
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: return 0x%x", op, result);
@@ -86,7 +86,7 @@ unsigned int CNuv_device_manager::close_com_device(CNuv_com* com) {
         return NUV_ERROR_NOMEMORY;
     }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: comdev %p", op, static_cast<void*>(com));
-    nuv::Sem_hold update(*shm_mgr->sema_update);
+    nuv::Update_hold update(*this, op);
     const unsigned int result = close_com(*this, op, com);
     update.release();
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: return 0x%x", op, result);

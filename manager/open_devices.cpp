@@ -2,7 +2,7 @@
 #include "manager/backends.h"
 #include "manager/listens.h"
 #include "manager/scan_suspension.h"
-#include "registry/sem_hold.h"
+#include "manager/update_hold.h"
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
@@ -95,7 +95,7 @@ unsigned int CNuv_device_manager::open_grab_device_from_id(unsigned int id, CNuv
         return error;
     }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: id %d", op, id);
-    nuv::Sem_hold update(*shm_mgr->sema_update);
+    nuv::Update_hold update(*this, op);
     const unsigned int result = open_grab(*this, op, id, grab);
     update.release();
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: return 0x%x", op, result);
@@ -108,7 +108,7 @@ unsigned int CNuv_device_manager::open_com_device_from_id(unsigned int id, CNuv_
         return error;
     }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: nuvnum %d", op, id);
-    nuv::Sem_hold update(*shm_mgr->sema_update);
+    nuv::Update_hold update(*this, op);
     const unsigned int result = open_com(*this, op, id, com);
     update.release();
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: return 0x%x", op, result);

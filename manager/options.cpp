@@ -1,7 +1,7 @@
 // The option words of the interface types.
 #include "manager/backends.h"
 #include "manager/listens.h"
-#include "registry/sem_hold.h"
+#include "manager/update_hold.h"
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
@@ -28,7 +28,7 @@ unsigned int CNuv_device_manager::add_interface_option(int iftype, unsigned int 
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: DEVMGR_IF_OPTION_DISABLE_SCAN for iftype %d synchronize",
                 op, iftype);
         // A pass holds it throughout: when it is free, no pass that read the old word still runs.
-        nuv::Sem_hold(*shm_mgr->sema_update).release();
+        nuv::Update_hold(*this, op).release();
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: synchronize done", op);
     }
     return NUV_NOERROR;

@@ -1,7 +1,7 @@
 // The scan thread's passes, and the scan of one interface at once.
 #include "manager/backends.h"
 #include "manager/listens.h"
-#include "registry/sem_hold.h"
+#include "manager/update_hold.h"
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
@@ -25,9 +25,19 @@ void scan_backend(CNuv_device_manager& manager, const char* op, std::uint16_t if
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: update_devices_in_shmlist() returned %d", op, result);
 }
 
+/// While a pass waits, the time-stamp thread waits for it: so the pass keeps the heartbeat. A pass
+/// that is no longer wanted does not wait for the semaphore.
+bool refresh_and_go_on(CNuv_device_manager& manager, std::chrono::milliseconds) {
+    manager.shm_mgr->update_time_stamp();
+    return manager.thread_scan_run;
+}
+
 /// Every back-end in turn, while no other process scans, opens or closes.
 void scan_all(CNuv_device_manager& manager, const char* op) {
-    const nuv::Sem_hold update(*manager.shm_mgr->sema_update);
+    const nuv::Update_hold update(manager, op, refresh_and_go_on);
+    if (!update.is_acquired()) {
+        return;
+    }
     NUV_LOG(manager, NUV_LOG_CYCLE, "%s: sema_update wait done", op);
     for (const auto& [iftype, backend] : manager.interface_list) {
         if (backend != nullptr) {

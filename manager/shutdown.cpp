@@ -16,6 +16,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// How long devices that were left open wait, all together, for others' scans, opens and closes.
+constexpr auto longest_wait = 10s;
+
 /// Closes what callers left open. A device whose close fails stays recorded.
 template <class Handle>
 void close_left_open(CNuv_device_manager& manager, const char* op,
@@ -77,11 +80,13 @@ void shut_down(CNuv_device_manager& manager, const char* op, std::chrono::millis
 }  // namespace
 
 void CNuv_device_manager::Close() {
+    shutdown_due = std::chrono::steady_clock::now() + longest_wait;
     shut_down(*this, "Close", 20ms);
 }
 
 CNuv_device_manager::~CNuv_device_manager() {
     constexpr char op[] = "~CNuv_device_manager";
+    shutdown_due = std::chrono::steady_clock::now() + longest_wait;
     shut_down(*this, op, 100ms);
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: delete shm_mgr of CNuv_device_manager", op);
     shm_mgr.reset();

@@ -100,6 +100,8 @@ void Attachment::set_manager(CNuv_shm_manager& attached) {
     manager = &attached;
     attached.m_hMem = descriptor;
     attached.devlist_shm = mapping;
+    attached.sema_rw->guard = &rw_watch.emplace(attached);
+    attached.sema_update->guard = &update_lock.emplace(descriptor);
 }
 
 bool Attachment::belongs_to_this_process() const {
@@ -140,6 +142,7 @@ void Attachment::forget_in_child() {
     for (CNuv_sem_access* const access : {manager->sema_rw.get(), manager->sema_update.get()}) {
         if (access != nullptr) {
             access->sem = nullptr;
+            access->guard = nullptr;
             access->wait_called = 0;
             access->t_id = 0;
         }

@@ -1,11 +1,15 @@
 // The descriptor and the mapping through which one manager reaches the region.
 #pragma once
 
+#include "registry/rw_watch.h"
+#include "registry/update_lock.h"
+
 #include <nuv/shm_manager.h>
 
 #include <sys/types.h>
 
 #include <cstddef>
+#include <optional>
 
 namespace nuv {
 
@@ -37,7 +41,8 @@ public:
     /// Read from the file, since a mapping beyond its end can't be touched.
     unsigned int version() const;
 
-    /// The manager that shows this attachment in its fields from now on.
+    /// The manager that shows this attachment in its fields from now on, and whose semaphore
+    /// wrappers it guards.
     void set_manager(CNuv_shm_manager& attached);
     /// False in a process that was forked without the list being seen to.
     bool belongs_to_this_process() const;
@@ -50,6 +55,8 @@ private:
 
     int descriptor = -1;
     NUV_Devlist_Shm* mapping = nullptr;
+    std::optional<Rw_watch> rw_watch;
+    std::optional<Update_lock> update_lock;
     CNuv_shm_manager* manager = nullptr;
     pid_t process;
     Attachment* next;

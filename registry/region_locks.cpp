@@ -12,15 +12,23 @@ namespace {
 
 constexpr off_t gate_byte = 0;
 constexpr off_t presence_byte = 1;
+constexpr off_t update_byte = 2;
 
-/// False only when somebody else holds the lock.
-bool set_lock(int fd, short type, off_t first, off_t length) {
+Lock_answer try_lock(int fd, short type, off_t first, off_t length) {
     struct flock lock {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
     lock.l_start = first;
     lock.l_len = length;
-    return fcntl(fd, F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+    if (fcntl(fd, F_OFD_SETLK, &lock) == 0) {
+        return Lock_answer::taken;
+    }
+    return errno == EAGAIN || errno == EACCES ? Lock_answer::busy : Lock_answer::unknown;
+}
+
+/// False only when somebody else holds the lock.
+bool set_lock(int fd, short type, off_t first, off_t length) {
+    return try_lock(fd, type, first, length) != Lock_answer::busy;
 }
 
 }  // namespace
@@ -54,8 +62,16 @@ bool claim_presence(int fd) {
     return set_lock(fd, F_WRLCK, presence_byte, 1);
 }
 
+Lock_answer try_update_byte(int fd) {
+    return try_lock(fd, F_WRLCK, update_byte, 1);
+}
+
+void drop_update_byte(int fd) {
+    set_lock(fd, F_UNLCK, update_byte, 1);
+}
+
 void drop_locks(int fd) {
-    set_lock(fd, F_UNLCK, gate_byte, presence_byte + 1);
+    set_lock(fd, F_UNLCK, gate_byte, update_byte + 1);
 }
 
 }  // namespace nuv

@@ -1,4 +1,4 @@
-// Two one-byte locks on the region's own descriptor, which the kernel drops when their holder dies.
+// One-byte locks on the region's own descriptor, which the kernel drops when their holder dies.
 //
 // gate (byte 0, exclusive): held only across steps that cannot block, by whoever creates, attaches
 // to, clears or removes the region. Nothing waits for a semaphore while holding it: a dead holder
@@ -6,6 +6,9 @@
 //
 // presence (byte 1, shared): held from attach to detach. Whoever can turn it exclusive knows that
 // no other manager is attached or attaching.
+//
+// update (byte 2, exclusive): held by whoever holds `sem_update`, and taken before it; see
+// update_lock.h.
 //
 // They are locks of the open file description: classic ones would go with any other descriptor of
 // the region that the process closes. Where the kernel knows no such locks, everything here says
@@ -40,7 +43,13 @@ private:
 bool share_presence(int fd);
 /// Turns shared presence into exclusive presence; false when another manager shares it.
 bool claim_presence(int fd);
-/// Gives up gate and presence. A forked child may keep the descriptor open, so closing it here
+enum class Lock_answer { taken, busy, unknown };
+
+/// Tries the lock that goes with `sem_update`; `unknown` where the kernel has no such locks.
+Lock_answer try_update_byte(int fd);
+void drop_update_byte(int fd);
+
+/// Gives up all locks. A forked child may keep the descriptor open, so closing it here
 /// would not be enough.
 void drop_locks(int fd);
 

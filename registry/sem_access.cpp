@@ -1,5 +1,6 @@
 #include "registry/listens.h"
 #include "registry/sem_hold.h"
+#include "registry/semaphore_guard.h"
 
 #include <nuv/bits.h>
 #include <nuv/sem_access.h>
@@ -24,6 +25,41 @@ void log_failed_wait(CNuv_sem_access& access, const char* op, int error) {
     } else {
         access.writelog(NUV_LOG_TRACE, "%s: sem_wait returned %d ernno %d", op, -1, error);
     }
+}
+
+int acquire(CNuv_sem_access& access, nuv::Patience* patience) {
+    return access.guard != nullptr ? access.guard->wait(access.sem, patience)
+                                   : sem_wait(access.sem);
+}
+
+int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
+    constexpr char op[] = "wait";
+    // Any thread may read the two words here; only its holder finds its own id in them.
+    const std::uint64_t me = this_thread();
+    if (nuv::relaxed_load(access.wait_called) != 0 && nuv::relaxed_load(access.t_id) == me) {
+        const int depth = nuv::become_holder(access);
+        NUV_LOG(access, NUV_LOG_TRACE, "%s: no sem_wait called wait_called %d t_id %u", op, depth,
+                static_cast<unsigned int>(me));
+        return 0;
+    }
+    while (access.sem != nullptr) {
+        if (acquire(access, patience) == 0) {
+            const int depth = nuv::become_holder(access);
+            NUV_LOG(access, NUV_LOG_TRACE, "%s: sem_wait returned %d wait_called %d t_id %u", op, 0,
+                    depth, static_cast<unsigned int>(me));
+            return 0;
+        }
+        const int error = errno;
+        if (nuv::listens(access)) {
+            log_failed_wait(access, op, error);
+        }
+        if (error != EINTR) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    NUV_LOG(access, NUV_LOG_TRACE, "%s: return with error -1", op);
+    return -1;
 }
 
 }  // namespace
@@ -53,33 +89,11 @@ void CNuv_sem_access::set_general_bits(unsigned int bits) {
 }
 
 int CNuv_sem_access::wait() {
-    constexpr char op[] = "wait";
-    // Any thread may read the two words here; only its holder finds its own id in them.
-    const std::uint64_t me = this_thread();
-    if (nuv::relaxed_load(wait_called) != 0 && nuv::relaxed_load(t_id) == me) {
-        const int depth = nuv::become_holder(*this);
-        NUV_LOG(*this, NUV_LOG_TRACE, "%s: no sem_wait called wait_called %d t_id %u", op, depth,
-                static_cast<unsigned int>(me));
-        return 0;
-    }
-    while (sem != nullptr) {
-        if (sem_wait(sem) == 0) {
-            const int depth = nuv::become_holder(*this);
-            NUV_LOG(*this, NUV_LOG_TRACE, "%s: sem_wait returned %d wait_called %d t_id %u", op, 0,
-                    depth, static_cast<unsigned int>(me));
-            return 0;
-        }
-        const int error = errno;
-        if (nuv::listens(*this)) {
-            log_failed_wait(*this, op, error);
-        }
-        if (error != EINTR) {
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    NUV_LOG(*this, NUV_LOG_TRACE, "%s: return with error -1", op);
-    return -1;
+    return wait_through(*this, nullptr);
+}
+
+int nuv::wait_with_patience(CNuv_sem_access& access, Patience& patience) {
+    return wait_through(access, &patience);
 }
 
 int CNuv_sem_access::trywait() {
@@ -106,6 +120,9 @@ int CNuv_sem_access::post() {
     // Cleared before the post, so that the next holder's id is never overwritten.
     nuv::relaxed_store(t_id, std::uint64_t{0});
     const int result = sem_post(sem);
+    if (guard != nullptr) {
+        guard->posted();
+    }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: sem_post returned %d wait_called %d", op, result, depth);
     return 0;
 }

@@ -23,6 +23,8 @@ timespec monotonic_after_one_slice() {
     return end;
 }
 
+}  // namespace
+
 bool wait_one_slice(sem_t* semaphore) {
     const timespec end = monotonic_after_one_slice();
     int result = sem_clockwait(semaphore, CLOCK_MONOTONIC, &end);
@@ -31,8 +33,6 @@ bool wait_one_slice(sem_t* semaphore) {
     }
     return result == 0;
 }
-
-}  // namespace
 
 Slices wait_in_slices(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, Deadline deadline) {
     while (!wait_one_slice(sem_rw_of(region))) {

@@ -9,6 +9,9 @@
 
 namespace nuv {
 
+/// One slice of 250 ms; false when the semaphore was not to be had in it. A signal does not end it.
+bool wait_one_slice(sem_t* semaphore);
+
 enum class Slices { acquired, stale, late };
 
 /// Waits in slices of 250 ms. After a slice without success the heartbeat is looked at: nobody can

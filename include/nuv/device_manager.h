@@ -7,6 +7,7 @@
 #include <nuv/shm_manager.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -16,6 +17,10 @@
 
 class CNuv_Log;
 class CNuv_ini;
+
+namespace nuv {
+class Update_hold;
+}
 
 /// One object per process, usually kept in `nuv_dev_manager`: construct, preset log and general
 /// bits if wanted, `Initialize`, open and close devices by registry id, destroy.
@@ -138,6 +143,10 @@ public:
     std::unique_ptr<CNuv_ini> cini;
 
 private:
+    friend class nuv::Update_hold;
+    /// When closing what was left open no longer waits for `sem_update`.
+    std::chrono::steady_clock::time_point shutdown_due =
+        std::chrono::steady_clock::time_point::max();
     std::atomic<int> threads_alive{0};  ///< threads that have not written their last line yet
     int threads_process = 0;            ///< the process that started them; a forked child has none
 };

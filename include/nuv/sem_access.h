@@ -9,6 +9,10 @@
 
 class CNuv_Log;
 
+namespace nuv {
+class Semaphore_guard;
+}
+
 /// Lets the thread that holds the semaphore through this object wait for it again without
 /// blocking. Another wrapper of the same semaphore, in the same thread too, is a stranger: a
 /// thread that holds the semaphore through one wrapper and waits on another blocks.
@@ -52,4 +56,6 @@ public:
     std::uint64_t t_id = 0;        ///< `pthread_self` of the holder; 0: not held
     std::uint32_t general_bits = 0;
     CNuv_Log* clog = nullptr;
+    /// The library's own: how a manager's wrapper outlives a dead holder.
+    nuv::Semaphore_guard* guard = nullptr;
 };

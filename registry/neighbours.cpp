@@ -1,0 +1,117 @@
+#include "registry/neighbours.h"
+
+#include <nuv/registry_layout.h>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace nuv {
+namespace {
+
+struct Closer {
+    void operator()(DIR* folder) const { closedir(folder); }
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using Folder = std::unique_ptr<DIR, Closer>;
+using File = std::unique_ptr<std::FILE, Closer>;
+
+constexpr std::size_t path_size = 96;
+
+bool is_number(const char* name) {
+    return std::isdigit(static_cast<unsigned char>(*name)) != 0;
+}
+
+/// Whether the line of a descriptor's information, which ends with the range of a lock, speaks of
+/// the presence lock: "lock: 1: OFDLCK ADVISORY READ -1 00:19:5 1 1".
+bool is_presence_lock(const char* line) {
+    unsigned long first = 0;
+    unsigned long last = 0;
+    return std::strncmp(line, "lock:", 5) == 0 &&
+           std::sscanf(line, "lock: %*s OFDLCK %*s %*s %*s %*s %lu %lu", &first, &last) == 2 &&
+           first <= 1 && last >= 1;
+}
+
+bool has_presence_lock(const char* process, const char* descriptor) {
+    char path[path_size];
+    std::snprintf(path, sizeof path, "/proc/%.20s/fdinfo/%.20s", process, descriptor);
+    const File information(std::fopen(path, "re"));
+    char line[256];
+    while (information != nullptr && std::fgets(line, sizeof line, information.get()) != nullptr) {
+        if (is_presence_lock(line)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The link's text is looked at first: asking for the file itself could block on a dead server.
+bool is_region(int folder, const char* descriptor, const struct stat& region) {
+    char target[512];
+    const ssize_t length = readlinkat(folder, descriptor, target, sizeof target - 1);
+    if (length <= 0) {
+        return false;
+    }
+    target[length] = '\0';
+    struct stat file {};
+    return std::strstr(target, NUV_SHM_NAME) != nullptr &&
+           fstatat(folder, descriptor, &file, 0) == 0 && file.st_ino == region.st_ino &&
+           file.st_dev == region.st_dev;
+}
+
+/// Whoever is attached has touched the region, which counts as a shared-memory page.
+bool has_shared_memory(const char* process) {
+    char path[path_size];
+    std::snprintf(path, sizeof path, "/proc/%.20s/status", process);
+    const File status(std::fopen(path, "re"));
+    char line[256];
+    while (status != nullptr && std::fgets(line, sizeof line, status.get()) != nullptr) {
+        unsigned long kilobytes = 0;
+        if (std::sscanf(line, "RssShmem: %lu", &kilobytes) == 1) {
+            return kilobytes > 0;
+        }
+    }
+    return false;
+}
+
+bool may_be_old_neighbour(const char* process, const struct stat& region) {
+    char path[path_size];
+    std::snprintf(path, sizeof path, "/proc/%.20s/fd", process);
+    const Folder descriptors(opendir(path));
+    if (descriptors == nullptr) {
+        return errno == EACCES && has_shared_memory(process);
+    }
+    while (const dirent* const entry = readdir(descriptors.get())) {
+        if (is_number(entry->d_name) &&
+            is_region(dirfd(descriptors.get()), entry->d_name, region) &&
+            !has_presence_lock(process, entry->d_name)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+bool may_have_old_neighbours(int region_fd) {
+    struct stat region {};
+    const Folder processes(opendir("/proc"));
+    if (processes == nullptr || fstat(region_fd, &region) != 0) {
+        return true;
+    }
+    while (const dirent* const entry = readdir(processes.get())) {
+        if (is_number(entry->d_name) && may_be_old_neighbour(entry->d_name, region)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace nuv

@@ -1,0 +1,36 @@
+// What a manager's semaphore wrappers do beyond waiting and posting: they outlive a dead holder.
+#pragma once
+
+#include <nuv/sem_access.h>
+
+#include <semaphore.h>
+
+#include <chrono>
+
+namespace nuv {
+
+/// What somebody who waits is told, a few times a second.
+class Patience {
+public:
+    virtual ~Patience() = default;
+    /// Whether to go on waiting.
+    virtual bool go_on(std::chrono::milliseconds waited) = 0;
+    /// The semaphore's holder was found dead, and the semaphore was freed.
+    virtual void freed_from_dead_holder() = 0;
+};
+
+class Semaphore_guard {
+public:
+    virtual ~Semaphore_guard() = default;
+    /// Acquires the semaphore. Without `patience` it waits for ever.
+    /// \return what `sem_wait` returns; -1 with ETIMEDOUT when the patience has ended
+    virtual int wait(sem_t* semaphore, Patience* patience) = 0;
+    /// The semaphore was posted.
+    virtual void posted() = 0;
+};
+
+/// Waits through a wrapper, as its `wait` does, but for no longer than the patience lasts.
+/// \return 0, or -1 when it has ended
+int wait_with_patience(CNuv_sem_access& access, Patience& patience);
+
+}  // namespace nuv
