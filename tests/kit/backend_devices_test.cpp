@@ -74,6 +74,17 @@ TEST_F(Devices, FailingOpenLeavesTheEntryAndFailingCloseTheHandle) {
     EXPECT_EQ(usb3->close_grab_device(grab), 0U);
 }
 
+TEST_F(Devices, HandleClosedByTwoThreadsAtOnceIsClosedOnce) {
+    write_inventory(camera("a", 5, "close_delay_ms=200"));
+    ASSERT_EQ(usb3->open_grab_device(5, &grab), 0U);
+    unsigned int first = 1;
+    std::thread closer([&] { first = usb3->close_grab_device(grab); });
+    const unsigned int second = usb3->close_grab_device(grab);
+    closer.join();
+    EXPECT_EQ(first + second, NUV_BACKEND_BAD_HANDLE) << "the one 0, the other refused";
+    EXPECT_EQ(+entry("a").status_bits, NUV_STATUS_PRESENT);
+}
+
 TEST_F(Devices, CameraUnpluggedWhileOpenStaysListedUntilItIsClosed) {
     ASSERT_EQ(usb3->open_grab_device(5, &grab), 0U);
     write_inventory("");

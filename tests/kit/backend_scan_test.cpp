@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -37,6 +38,18 @@ TEST_F(Scan, EditedInventoryPlugsUnplugsAndRenames) {
     std::filesystem::remove(nuv_test::config_folder() + "/nuv_cameras.ini");
     EXPECT_EQ(usb3->update_devices_in_shmlist(), 0U);
     EXPECT_TRUE(listed().empty());
+}
+
+TEST_F(Scan, EditThatTheFilesTimeDoesNotShowIsSeen) {
+    write_inventory(camera("old", 5));
+    const auto usb3 = backend();
+    usb3->initialize();
+    const std::string file = nuv_test::config_folder() + "/nuv_cameras.ini";
+    const auto time = std::filesystem::last_write_time(file);
+    std::ofstream(file) << camera("new", 5);
+    std::filesystem::last_write_time(file, time);
+    usb3->update_devices_in_shmlist();
+    EXPECT_EQ(+entry("new").serialnumber, 5U);
 }
 
 TEST_F(Scan, CamerasWithOneSerialNumberBothStayListed) {

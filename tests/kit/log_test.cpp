@@ -175,6 +175,9 @@ TEST(Log, ChildForkedWhileAnotherThreadWritesCanWrite) {
         int status = -1;
         waitpid(child, &status, 0);
         EXPECT_EQ(status, 0);
+        if (status != 0) {
+            break;
+        }
     }
     stop = true;
     busy.join();
