@@ -106,8 +106,8 @@ TEST(List, TerminalGetsColorsAndEightyColumns) {
     NUV_Devlist_Shm registry = empty_registry();
     registry.nuvdevice[0] = camera(1, 12, 4000000000u, std::string(64, 'x'), std::string(64, 'y'));
     publish(registry);
-    // The tool writes to a pseudo-terminal of no known size.
-    const Outcome terminal = run_tool({}, {"script", "-qefc", tool_path(), "/dev/null"});
+    // script COMMAND /dev/null: a pseudo-terminal of no known size, and no transcript.
+    const Outcome terminal = run_tool({"/dev/null"}, {"script", "-qec"});
     ASSERT_EQ(terminal.lines.size(), 2u);
     const std::string& row = terminal.lines[1];
     EXPECT_NE(row.find("\x1b[32mpresent\x1b[0m"), std::string::npos) << row;

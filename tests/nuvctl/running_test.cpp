@@ -48,8 +48,8 @@ protected:
     }
 
     static std::string id_of(unsigned int serialnumber) {
-        const Outcome outcome = run_tool({"list", "--json"});
-        for (const nlohmann::json& one : outcome.json()["cameras"]) {
+        const nlohmann::json answer = run_tool({"list", "--json"}).json();
+        for (const nlohmann::json& one : answer["cameras"]) {
             if (one["serial_number"] == serialnumber) {
                 return std::to_string(one["id"].get<unsigned int>());
             }
@@ -73,27 +73,27 @@ TEST_F(Running, CamerasAreFollowedAndTheRegistryIsRemovedAtTheEnd) {
     EXPECT_FALSE(std::filesystem::exists(registry_path()));
 }
 
-TEST_F(Running, BusyCameraIsRefusedWithItsHolder) {
+TEST_F(Running, CameraInUseIsRefusedUntilItsHolderClosesItOrDies) {
     write_ini("nuv_cameras", std::string(left_camera) + right_camera);
     Child manager = start({"run"});
     expect_line(manager, {"appeared", "202"});
     const std::string id = id_of(101);
 
     Child holder = start({"open", id});
+    const std::string by_holder = std::to_string(holder.pid()) + " nuvctl";
     expect_line(holder, {"camera " + id + " is open", "101"});
-    expect_line(manager, {"camera " + id + " opened", "by " + std::to_string(holder.pid())});
+    expect_line(manager, {"camera " + id + " opened", "by " + by_holder});
     const Outcome second = run_tool({"open", id});
     EXPECT_EQ(second.code, 4);
-    EXPECT_NE(second.messages.find("in use by " + std::to_string(holder.pid()) + " nuvctl"),
-              std::string::npos)
-        << second.messages;
-
+    EXPECT_NE(second.messages.find("in use by " + by_holder), std::string::npos) << second.messages;
     expect_orderly_end(holder, SIGINT);
-    expect_line(manager, {"camera " + id + " closed", std::to_string(holder.pid())});
-    Child third = start({"open", id});
-    expect_line(third, {"is open"});
-    third.kill_and_wait();
-    expect_line(manager, {"camera " + id + " closed", std::to_string(third.pid()) + " gone"});
+    expect_line(manager, {"camera " + id + " closed"});
+
+    Child doomed = start({"open", id});
+    const std::string by_doomed = std::to_string(doomed.pid());
+    expect_line(manager, {"camera " + id + " opened", "by " + by_doomed});
+    doomed.kill_and_wait();
+    expect_line(manager, {"camera " + id + " closed", by_doomed + " gone"});
     expect_orderly_end(manager, SIGINT);
 }
 
@@ -115,6 +115,20 @@ TEST_F(Running, OpenNamesWhyACameraIsNotThere) {
     EXPECT_EQ(disabled.code, 1);
     EXPECT_NE(disabled.messages.find("interface is not running"), std::string::npos);
     expect_orderly_end(manager, SIGTERM);
+}
+
+TEST_F(Running, OpenCanBeInterruptedWhileADeadProcessHoldsTheUpdateLock) {
+    NUV_Devlist_Shm registry = empty_registry();
+    sem_t held;
+    sem_init(&held, 1, 0);
+    registry.sem_update = held;
+    publish(registry);
+    const std::string before = published_bytes();
+    Child tool({"/bin/sh", "-c", "exec \"$0\" open 1 2>&1", tool_path()});
+    expect_line(tool, {"waiting", "sem_update"});
+    tool.signal(SIGINT);
+    EXPECT_EQ(tool.wait(), 1);
+    EXPECT_EQ(published_bytes(), before);
 }
 
 TEST_F(Running, ConfigFileReplacesTheOneThatWouldBeFound) {

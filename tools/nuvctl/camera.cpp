@@ -34,8 +34,8 @@ std::string hexadecimal(std::uint64_t number) {
     return text;
 }
 
-nlohmann::json status_words(std::uint32_t bits) {
-    nlohmann::json words = nlohmann::json::array();
+nlohmann::ordered_json status_words(std::uint32_t bits) {
+    nlohmann::ordered_json words = nlohmann::ordered_json::array();
     if (bits & NUV_STATUS_PRESENT) {
         words.push_back("present");
     }
@@ -87,7 +87,7 @@ std::string state_word(std::uint32_t status_bits) {
     }
 }
 
-nlohmann::json camera_to_json(const Camera& camera) {
+nlohmann::ordered_json camera_to_json(const Camera& camera) {
     const NUV_Device& entry = camera.entry;
     return {{"index", camera.index},
             {"id", +entry.id},

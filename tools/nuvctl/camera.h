@@ -27,6 +27,6 @@ std::string interface_name(const NUV_Device& entry);
 /// "unplugged", "present", "grabber open", "com open", or "open" for both.
 std::string state_word(std::uint32_t status_bits);
 
-nlohmann::json camera_to_json(const Camera& camera);
+nlohmann::ordered_json camera_to_json(const Camera& camera);
 
 }  // namespace nuvctl

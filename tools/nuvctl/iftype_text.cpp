@@ -35,11 +35,12 @@ std::optional<std::string> display_name(std::uint16_t iftype) {
     return std::string(name, strnlen(name, NUV_IFTYPE_NAME_SIZE));
 }
 
-nlohmann::json iftype_to_json(std::uint16_t iftype) {
+nlohmann::ordered_json iftype_to_json(std::uint16_t iftype) {
     const std::optional<std::string> name = display_name(iftype);
-    return {{"code", iftype},
-            {"short_name", short_name(iftype)},
-            {"display_name", name ? nlohmann::json(*name) : nlohmann::json(nullptr)}};
+    return {
+        {"code", iftype},
+        {"short_name", short_name(iftype)},
+        {"display_name", name ? nlohmann::ordered_json(*name) : nlohmann::ordered_json(nullptr)}};
 }
 
 }  // namespace nuvctl

@@ -12,6 +12,6 @@ namespace nuvctl {
 std::string short_name(std::uint16_t iftype);
 /// Nothing for a code outside the table.
 std::optional<std::string> display_name(std::uint16_t iftype);
-nlohmann::json iftype_to_json(std::uint16_t iftype);
+nlohmann::ordered_json iftype_to_json(std::uint16_t iftype);
 
 }  // namespace nuvctl

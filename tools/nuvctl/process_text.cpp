@@ -29,15 +29,15 @@ std::string holder_text(const nuvkit::Holder& holder) {
     return number + " " + safe_text(command_of(holder.process_id));
 }
 
-nlohmann::json holder_to_json(const nuvkit::Holder& holder) {
+nlohmann::ordered_json holder_to_json(const nuvkit::Holder& holder) {
     if (holder.process_id == 0) {
         return nullptr;
     }
     const bool alive = nuvkit::is_alive(holder);
-    nlohmann::json json = {{"pid", holder.process_id},
-                           {"start_ticks", holder.start_ticks},
-                           {"alive", alive},
-                           {"command", nullptr}};
+    nlohmann::ordered_json json = {{"pid", holder.process_id},
+                                   {"start_ticks", holder.start_ticks},
+                                   {"alive", alive},
+                                   {"command", nullptr}};
     if (alive) {
         json["command"] = command_of(holder.process_id);
     }

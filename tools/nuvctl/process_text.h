@@ -15,6 +15,6 @@ std::string command_of(std::int32_t process_id);
 /// "1234 viewer", or "1234 gone"; "-" for nobody.
 std::string holder_text(const nuvkit::Holder& holder);
 /// Null for nobody.
-nlohmann::json holder_to_json(const nuvkit::Holder& holder);
+nlohmann::ordered_json holder_to_json(const nuvkit::Holder& holder);
 
 }  // namespace nuvctl

@@ -28,9 +28,9 @@ bool wants_color(const Reading_options& options) {
     return options.color == "always";
 }
 
-void print_json(const nlohmann::json& document) {
+void print_json(const nlohmann::ordered_json& document) {
     constexpr bool ascii_only = true;  // so that no name can reach the terminal as it is
-    std::cout << document.dump(2, ' ', ascii_only, nlohmann::json::error_handler_t::replace)
+    std::cout << document.dump(2, ' ', ascii_only, nlohmann::ordered_json::error_handler_t::replace)
               << '\n';
 }
 

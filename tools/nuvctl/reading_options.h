@@ -23,6 +23,6 @@ void add_reading_options(CLI::App& arguments, Reading_options& options);
 bool is_terminal_output();
 bool wants_color(const Reading_options& options);
 
-void print_json(const nlohmann::json& document);
+void print_json(const nlohmann::ordered_json& document);
 
 }  // namespace nuvctl

@@ -50,10 +50,10 @@ void report_problem(const Registry_view& view) {
     }
 }
 
-nlohmann::json json_answer(const Registry_view& view) {
-    nlohmann::json answer = {{"schema_version", schema_version},
-                             {"registry", state_name(view.state)},
-                             {"problem", nullptr}};
+nlohmann::ordered_json json_answer(const Registry_view& view) {
+    nlohmann::ordered_json answer = {{"schema_version", schema_version},
+                                     {"registry", state_name(view.state)},
+                                     {"problem", nullptr}};
     if (!view.problem.empty()) {
         answer["problem"] = view.problem;
     }

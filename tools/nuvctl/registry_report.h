@@ -15,6 +15,6 @@ void report_problem(const Registry_view& view);
 
 /// The object that every JSON answer starts from: schema version, the registry's state, and the
 /// problem in words or null.
-nlohmann::json json_answer(const Registry_view& view);
+nlohmann::ordered_json json_answer(const Registry_view& view);
 
 }  // namespace nuvctl

@@ -68,8 +68,8 @@ Exit list(const Reading_options& options) {
         print_table(cameras, options);
         return exit_code_for(view.state);
     }
-    nlohmann::json answer = json_answer(view);
-    answer["cameras"] = nlohmann::json::array();
+    nlohmann::ordered_json answer = json_answer(view);
+    answer["cameras"] = nlohmann::ordered_json::array();
     for (const Camera& camera : cameras) {
         answer["cameras"].push_back(camera_to_json(camera));
     }

@@ -67,13 +67,23 @@ bool closed(unsigned int id, const char* what, unsigned int code) {
     return code == NUV_NOERROR;
 }
 
-/// Opening waits for `sem_update` without end, and a process that died may hold it: wait here
-/// first, where one can be interrupted.
-Exit wait_for_turn(int registry, Stop_signals& signals) {
+/// A process that died may hold `sem_update` for good, and our manager's scans, opens and end would
+/// wait for it without end: wait here, before it starts, where one can be interrupted.
+/// \return `Exit::done` when the registry is live and the semaphore free
+Exit wait_for_turn(Stop_signals& signals) {
     for (int tries = 0; tries < 600; ++tries) {
-        const Registry_view view = look_at_registry(registry);
-        if (!view.bytes || value_of(view.bytes->sem_update) > 0) {
+        const Registry_view view = look_at_registry();
+        // Ids are handed out anew when a registry is created or cleared: without a live one, the
+        // id that was asked for means nothing.
+        if (view.state != Registry_state::live) {
+            report_problem(view);
+            return exit_code_for(view.state);
+        }
+        if (value_of(view.bytes->sem_update) > 0) {
             return Exit::done;
+        }
+        if (tries == 10) {
+            std::cerr << "nuvctl: waiting: another process holds sem_update\n";
         }
         if (signals.came_within(std::chrono::milliseconds(50))) {
             std::cerr << "nuvctl: interrupted while another process held sem_update\n";
@@ -113,19 +123,12 @@ Exit hold(unsigned int id, Stop_signals& signals) {
 
 Exit open_camera(const Request& request) {
     Stop_signals signals;
-    // Ids are handed out anew when a registry is created or cleared: without a live one, the id
-    // that was asked for means nothing.
-    const Registry_view view = look_at_registry();
-    if (view.state != Registry_state::live) {
-        report_problem(view);
-        return exit_code_for(view.state);
+    const Exit turn = wait_for_turn(signals);
+    if (turn != Exit::done) {
+        return turn;
     }
     const Manager_session session(request.config);
-    if (session.started() != Exit::done) {
-        return session.started();
-    }
-    const Exit turn = wait_for_turn(session.registry(), signals);
-    return turn == Exit::done ? hold(request.id, signals) : turn;
+    return session.started() == Exit::done ? hold(request.id, signals) : session.started();
 }
 
 }  // namespace
@@ -136,7 +139,6 @@ Action declare_open(CLI::App& arguments) {
         ->required()
         ->type_name("ID");
     arguments.add_option("--config", request->config, "Use this INI file instead of the one found")
-        ->type_name("FILE")
         ->check(CLI::ExistingFile);
     arguments.footer(
         "Opens the grabber and the communication device, and closes them at SIGINT or SIGTERM.\n"

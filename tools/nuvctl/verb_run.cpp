@@ -86,10 +86,10 @@ Exit run(const std::string& config) {
 Action declare_run(CLI::App& arguments) {
     auto config = std::make_shared<std::string>();
     arguments.add_option("--config", *config, "Use this INI file instead of the one found")
-        ->type_name("FILE")
         ->check(CLI::ExistingFile);
     arguments.footer(
-        "Prints a line for each camera that appears, goes, is opened, closed or renamed.\n"
+        "Prints a line for each camera that appears, goes, is opened, closed or renamed. It looks\n"
+        "four times a second: what comes and goes faster is not seen.\n"
         "SIGINT or SIGTERM shuts the manager down in order; a second one ends it at once.\n"
         "Example:\n"
         "  nuvctl run --config ./nuv_devicemgr.ini");

@@ -9,6 +9,7 @@
 #include "verb.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -30,7 +31,7 @@ Entry_counts count_entries(const NUV_Devlist_Shm& registry) {
     return counts;
 }
 
-nlohmann::json file_to_json(const struct stat& file) {
+nlohmann::ordered_json file_to_json(const struct stat& file) {
     return {{"name", NUV_SHM_NAME},
             {"size", file.st_size},
             {"inode", file.st_ino},
@@ -39,8 +40,8 @@ nlohmann::json file_to_json(const struct stat& file) {
             {"mode", mode_text(file.st_mode)}};
 }
 
-nlohmann::json users_to_json(const NUV_Devlist_Shm& registry) {
-    nlohmann::json users = nlohmann::json::array();
+nlohmann::ordered_json users_to_json(const NUV_Devlist_Shm& registry) {
+    nlohmann::ordered_json users = nlohmann::ordered_json::array();
     for (int i = 0; i < NUV_IF_OPENCOUNT_SLOTS; ++i) {
         const NUV_If_opencount slot = registry.if_opencount[i];
         if (slot.InterfaceType != 0) {
@@ -63,16 +64,16 @@ const char* state_name(Semaphore_state state) {
     return "held";
 }
 
-nlohmann::json semaphores_to_json(const std::vector<Semaphore_look>& looks) {
-    nlohmann::json semaphores = nlohmann::json::object();
+nlohmann::ordered_json semaphores_to_json(const std::vector<Semaphore_look>& looks) {
+    nlohmann::ordered_json semaphores = nlohmann::ordered_json::object();
     for (const Semaphore_look& look : looks) {
         semaphores[look.name] = {{"value", look.value}, {"state", state_name(look.state)}};
     }
     return semaphores;
 }
 
-nlohmann::json status_to_json(const Registry_view& view) {
-    nlohmann::json answer = json_answer(view);
+nlohmann::ordered_json status_to_json(const Registry_view& view) {
+    nlohmann::ordered_json answer = json_answer(view);
     if (view.file) {
         answer["region"] = file_to_json(*view.file);
     }
@@ -131,6 +132,12 @@ std::string semaphores_text(const Registry_view& view) {
     return text;
 }
 
+std::string version_text(std::uint16_t version) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%04x", version);
+    return text;
+}
+
 void add_users(std::vector<std::vector<Cell>>& rows, const NUV_Devlist_Shm& registry) {
     const char* title = "Users";
     for (int i = 0; i < NUV_IF_OPENCOUNT_SLOTS; ++i) {
@@ -149,7 +156,7 @@ void add_registry(std::vector<std::vector<Cell>>& rows, const Registry_view& vie
     const NUV_Devlist_Shm& registry = *view.bytes;
     const Entry_counts entries = count_entries(registry);
     const Color heartbeat = view.state == Registry_state::live ? Color::green : Color::red;
-    rows.push_back({{"Version", Color::bold}, {std::to_string(registry.struct_version)}});
+    rows.push_back({{"Version", Color::bold}, {version_text(registry.struct_version)}});
     rows.push_back({{"Managers", Color::bold}, {std::to_string(registry.opencount) + " attached"}});
     add_users(rows, registry);
     rows.push_back({{"Heartbeat", Color::bold}, {heartbeat_text(view), heartbeat}});
