@@ -12,8 +12,9 @@ namespace fs = std::filesystem;
 
 namespace demo {
 
-Bench::Bench(std::vector<Bench_camera> all_cameras) : cameras(std::move(all_cameras)) {
-    folder = (fs::temp_directory_path() / "nuv_demo.XXXXXX").string();
+Bench::Bench(std::vector<Bench_camera> all_cameras)
+    : folder((fs::temp_directory_path() / "nuv_demo.XXXXXX").string()),
+      cameras(std::move(all_cameras)) {
     expect(mkdtemp(folder.data()) != nullptr, "no temporary folder can be made");
     setenv("NUV_INI_PATH", folder.c_str(), 1);
     std::ofstream(folder + "/nuv_devicemgr.ini") << "[OPTIONS]\nScantime = 500\n";

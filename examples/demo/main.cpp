@@ -3,9 +3,9 @@
 #include "member.h"
 #include "story.h"
 
-#include <signal.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -26,8 +26,8 @@ int main(int argc, char** argv) {
     if (argc == 2 && argv[1] == std::string("member")) {
         return demo::run_member();
     }
-    signal(SIGPIPE, SIG_IGN);
-    signal(SIGALRM, give_up);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGALRM, give_up);
     alarm(LONGEST_SESSION);
     try {
         demo::tell_story();

@@ -1,63 +1,74 @@
 #!/usr/bin/env bash
 # include_rules.sh TREE: which room may include whose headers. Prints each line that breaks a rule.
+#
+# Functions answer in REPLY: a thousand subshells would take half a minute.
 set -euo pipefail
 cd "$1"
 
-# visible_to ROOM: what its files may include beside their own room and the system's headers.
-visible_to() {
+# What the files of a room may include beside the room itself and the system's headers.
+visible_to() { # ROOM
     case $1 in
-        include/nuv) ;;
-        registry) echo 'include/nuv/* kit/include/nuvkit/log.h interface/log_line.h' ;;
-        interface) echo 'include/nuv/* kit/include/nuvkit/log.h kit/include/nuvkit/ini.h registry/*' ;;
-        manager) echo 'include/nuv/* kit/include/nuvkit/* registry/* interface/*' ;;
-        *) echo 'include/nuv/* kit/include/nuvkit/*' ;; # as a stranger would
+        include/nuv) REPLY='' ;;
+        registry) REPLY='include/nuv/* kit/include/nuvkit/log.h interface/log_line.h' ;;
+        interface) REPLY='include/nuv/* kit/include/nuvkit/log.h kit/include/nuvkit/ini.h registry/*' ;;
+        manager) REPLY='include/nuv/* kit/include/nuvkit/* registry/* interface/*' ;;
+        *) REPLY='include/nuv/* kit/include/nuvkit/*' ;; # as a stranger would
     esac
 }
 
-room_of() {
+# A room is a folder below the tree, or below one of these.
+room_of() { # FILE
+    local rest
     case $1 in
-        include/nuv/*) echo include/nuv ;;
-        kit/include/nuvkit/*) echo kit/include/nuvkit ;;
-        kit/*/* | tools/*/* | examples/*/*) cut -d/ -f1-2 <<<"$1" ;;
-        *) cut -d/ -f1 <<<"$1" ;;
+        kit/include/nuvkit/*) REPLY=kit/include/nuvkit ;;
+        include/*/* | kit/*/* | tools/*/* | examples/*/*)
+            rest=${1#*/}
+            REPLY=${1%%/*}/${rest%%/*}
+            ;;
+        *) REPLY=${1%%/*} ;;
     esac
 }
 
-# Where a header lies in the tree; nothing when it is the system's.
+# Where a header lies in the tree; empty when it is the system's.
 find_header() { # FILE QUOTE NAME
-    local folder
-    local folders=(include kit/include .)
-    [ "$2" = '<' ] || folders=("$(dirname "$1")" "${folders[@]}")
+    local folder folders=(include/ kit/include/ '')
+    [ "$2" = '<' ] || folders=("${1%/*}/" "${folders[@]}")
     for folder in "${folders[@]}"; do
-        if [ -f "$folder/$3" ]; then
-            realpath --relative-to=. "$folder/$3"
-            return
-        fi
+        REPLY=$folder$3
+        [ -f "$REPLY" ] || continue
+        [[ $REPLY != *..* ]] || REPLY=$(realpath --relative-to=. "$REPLY")
+        return
     done
+    REPLY=''
 }
 
 may_include() { # ROOM HEADER
-    [ "$(room_of "$2")" = "$1" ] && return
     local pattern
-    set -f
-    for pattern in $(visible_to "$1"); do
+    room_of "$2"
+    [ "$REPLY" != "$1" ] || return 0
+    visible_to "$1"
+    for pattern in $REPLY; do
         # shellcheck disable=SC2053
-        [[ $2 == $pattern ]] && return
+        [[ $2 != $pattern ]] || return 0
     done
     return 1
 }
 
+set -f # the rules hold patterns
 broken=0
 seen=0
 include_line='^[[:space:]]*#[[:space:]]*include[[:space:]]*([<"])([^">]+)[">]'
 while IFS=: read -r file line text; do
     [[ $text =~ $include_line ]] || continue
+    quote=${BASH_REMATCH[1]} name=${BASH_REMATCH[2]}
     seen=$((seen + 1))
-    header=$(find_header "$file" "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}")
-    room=$(room_of "$file")
+    find_header "$file" "$quote" "$name"
+    header=$REPLY
+    room_of "$file"
+    room=$REPLY
     if [ -z "$header" ]; then
-        [ "${BASH_REMATCH[1]}" = '<' ] && continue
-        echo "$file:$line: ${BASH_REMATCH[2]} is not in the tree"
+        [ "$quote" != '<' ] || continue
+        echo "$file:$line: $name is not in the tree"
     elif may_include "$room" "$header"; then
         continue
     else

@@ -29,7 +29,8 @@ gate_clang_tidy() {
 
 gate_cppcheck() {
     cppcheck --quiet --std=c++17 --language=c++ --error-exitcode=1 --inline-suppr \
-        --enable=warning,performance,portability --suppress=missingIncludeSystem \
+        --enable=warning,performance,portability \
+        --suppressions-list=tools/dev/cppcheck_suppressions.txt \
         -j "$(nproc)" -I include -I kit/include -I . registry interface manager kit tools examples
 }
 
