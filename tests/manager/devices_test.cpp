@@ -1,29 +1,10 @@
+#include "failing_new.h"
 #include "manager_world.h"
 #include "support/faults.h"
 
 #include <nuv/iftype.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-thread_local bool next_new_fails = false;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    void* const memory = next_new_fails ? nullptr : std::malloc(size);
-    next_new_fails = false;
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
 
 namespace manager_test {
 namespace {
@@ -271,7 +252,11 @@ TEST_F(Devices, HolderOfTheSemaphoreIsNotBlocked) {
 
 TEST_F(Devices, HandleThatCannotBeRecordedIsClosedAgain) {
     start();
-    usb2.during_call = [this] { next_new_fails = usb2.closes == 0; };
+    usb2.during_call = [this] {
+        if (usb2.closes == 0) {
+            fail_next_new();
+        }
+    };
     EXPECT_EQ(manager->open_grab_device_from_id(camera, &grab), NUV_ERROR_NOMEMORY);
     EXPECT_EQ(usb2.closes, 1);
     usb2.closes = 0;

@@ -83,9 +83,9 @@ TEST_F(Shutdown, OpenDevicesAreClosedGrabbersFirst) {
                "2 stop_threads: thread_time_run true",
                "2 stop_threads: set thread_scan_run false and call notify one",
                "2 stop_threads: set thread_time_run false and call notify one",
-               "2 stop_threads: wait until thread # is closed",
+               "2 stop_threads: wait until thread 0x# is closed",
                "2 stop_threads: thread scan join done",
-               "2 stop_threads: wait until thread # is closed",
+               "2 stop_threads: wait until thread 0x# is closed",
                "2 stop_threads: thread time join done", "2 Close: found grabdev list size 1",
                "1 Close: found not closed devices in grabdev list"} +
          closing_grab +

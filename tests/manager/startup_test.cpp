@@ -55,7 +55,7 @@ TEST_F(Startup, EveryStepIsToldInOrder) {
     expect_created(expected, "clhs_kaya", "if_clhs_kaya");
     expect_created(expected, "gige", "if_gige", false);
     expected.insert(expected.end(), {
-                                        "2 start_time_thread: thread time # created",
+                                        "2 start_time_thread: thread time 0x# created",
                                         "2 Initialize: interface scanning disabled",
                                         "2 Initialize: return always NUV_NOERROR",
                                     });

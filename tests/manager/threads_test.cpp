@@ -133,8 +133,8 @@ TEST_F(Threads, SecondStartAndSecondStopChangeNothing) {
         EXPECT_EQ(manager->start_scan_thread(), NUV_NOERROR);
         EXPECT_EQ(manager->start_time_thread(), NUV_NOERROR);
     }
-    EXPECT_EQ(told(record), (Lines{"2 start_scan_thread: thread_scan # created",
-                                   "2 start_time_thread: thread time # created",
+    EXPECT_EQ(told(record), (Lines{"2 start_scan_thread: thread_scan 0x# created",
+                                   "2 start_time_thread: thread time 0x# created",
                                    "2 start_scan_thread: thread_scan already running",
                                    "2 start_time_thread: thread_time already running"}));
     manager->stop_threads();
