@@ -130,6 +130,28 @@ TEST_F(Processes, SemaphoreLostToAKilledProcessComesBackOnceTheStampIsStale) {
     EXPECT_EQ(value_of(*newcomer->sema_update), 0);
 }
 
+TEST_F(Processes, WaitersOutliveAKilledHolderAndKeepTheList) {
+    const auto waiter = attached_manager();
+    Child holder = Child::in_role("hold_semaphores");
+    ASSERT_EQ(holder.read_line(), "held");
+    EXPECT_EQ(holder.kill_and_wait(), -SIGKILL);
+    poke(AT_ID_COUNTER, 77U);
+    EXPECT_EQ(waiter->sema_update->wait(), 0);
+    EXPECT_EQ(waiter->sema_update->post(), 0);
+    EXPECT_EQ(value_of(*waiter->sema_update), 1);
+    set_time_stamp(time_stamp() - 60);
+    record.clear();
+    unsigned int id = 0;
+    EXPECT_EQ(waiter->get_next_id(id), NUV_NOERROR);
+    EXPECT_EQ(id, 77U);
+    EXPECT_EQ(lines(),
+              (Lines{"M1 wait: sem_rw was held for too long and is freed",
+                     "S2 wait: sem_wait returned 0 wait_called 1 t_id ME", "M2 get_next_id: id 77",
+                     "S2 post: sem_post returned 0 wait_called 0"}));
+    EXPECT_EQ(value_of(*waiter->sema_rw), 1);
+    EXPECT_EQ(opencount(), 2);
+}
+
 TEST_F(Processes, ForkedChildIsNotAttachedAndDoesNotCountTheParentOut) {
     auto manager = attached_manager();
     manager->sema_update->wait();
