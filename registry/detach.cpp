@@ -49,6 +49,11 @@ bool is_last(const Attachment& attachment) {
 void leave(CNuv_shm_manager& manager, Attachment& attachment, Gate& gate, const char* op) {
     attachment.unmap();
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: munmap done", op);
+    if (gate.is_held()) {
+        // Whoever leaves next must not take this one for a neighbour: it would keep the region,
+        // and nobody would be left to remove it.
+        drop_presence(attachment.fd());
+    }
     gate.release();  // not later: the descriptor's number may be another thread's by then
     attachment.close();
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: close m_hMem done", op);

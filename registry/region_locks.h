@@ -43,6 +43,9 @@ private:
 bool share_presence(int fd);
 /// Turns shared presence into exclusive presence; false when another manager shares it.
 bool claim_presence(int fd);
+/// Inside the gate, once this manager can no longer be the one that removes the region.
+void drop_presence(int fd);
+
 enum class Lock_answer { taken, busy, unknown };
 
 /// Tries the lock that goes with `sem_update`; `unknown` where the kernel has no such locks.

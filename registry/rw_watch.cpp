@@ -10,15 +10,6 @@
 #include <cerrno>
 
 namespace nuv {
-namespace {
-
-bool is_free(sem_t* semaphore) {
-    int value = 0;
-    sem_getvalue(semaphore, &value);
-    return value > 0;
-}
-
-}  // namespace
 
 int Rw_watch::wait(sem_t* semaphore, Patience* patience) {
     if (is_free(semaphore)) {

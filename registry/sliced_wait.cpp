@@ -38,6 +38,12 @@ void note_acquired([[maybe_unused]] sem_t* semaphore, [[maybe_unused]] bool acqu
 
 }  // namespace
 
+bool is_free(sem_t* semaphore) {
+    int value = 0;
+    sem_getvalue(semaphore, &value);
+    return value > 0;
+}
+
 bool wait_one_slice(sem_t* semaphore) {
     const timespec end = monotonic_after_one_slice();
     int result = sem_clockwait(semaphore, CLOCK_MONOTONIC, &end);

@@ -9,6 +9,9 @@
 
 namespace nuv {
 
+/// Whether a wait that starts now finds the semaphore free.
+bool is_free(sem_t* semaphore);
+
 /// One slice of 250 ms; false when the semaphore was not to be had in it. A signal does not end it.
 bool wait_one_slice(sem_t* semaphore);
 

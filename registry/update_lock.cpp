@@ -9,28 +9,34 @@
 #include <thread>
 
 namespace nuv {
-namespace {
-
-using namespace std::chrono_literals;
-using std::chrono::steady_clock;
-
-/// Longer than any holder takes between its post and dropping the byte.
-constexpr auto suspicious = 1s;
 
 /// How long somebody waits, and whether it is to go on.
-class Stopwatch {
+class Update_lock::Stopwatch {
 public:
     explicit Stopwatch(Patience* asked) : patience(asked) {}
 
     std::chrono::milliseconds waited() const {
+        using std::chrono::steady_clock;
         return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - start);
     }
     bool go_on() { return patience == nullptr || patience->go_on(waited()); }
+    void freed() {
+        if (patience != nullptr) {
+            patience->freed_from_dead_holder();
+        }
+    }
 
 private:
     Patience* const patience;
-    const steady_clock::time_point start = steady_clock::now();
+    const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Longer than any holder takes between its post and dropping the byte.
+constexpr auto suspicious = 1s;
 
 int time_out() {
     errno = ETIMEDOUT;
@@ -53,32 +59,54 @@ bool Update_lock::try_take() {
 }
 
 int Update_lock::wait(sem_t* semaphore, Patience* patience) {
-    constexpr auto pause = 1ms;
-    constexpr auto question = 250ms;
-    Stopwatch whole(patience);
-    for (auto next_question = whole.waited() + question; !try_take();
-         std::this_thread::sleep_for(pause)) {
-        if (whole.waited() >= next_question) {
-            next_question += question;
-            if (!whole.go_on()) {
-                return time_out();
-            }
-        }
+    Stopwatch watch(patience);
+    if (!take(watch)) {
+        return time_out();
     }
-    const Stopwatch alone(nullptr);
-    while (!wait_one_slice(semaphore)) {
-        if (!whole.go_on()) {
+    if (is_free(semaphore)) {
+        const int result = sem_wait(semaphore);
+        if (result != 0) {
             posted();
-            return time_out();
         }
-        if (holders_are_known && alone.waited() >= suspicious && !may_have_old_neighbours(fd)) {
-            sem_post(semaphore);
-            if (patience != nullptr) {
-                patience->freed_from_dead_holder();
-            }
-        }
+        return result;
+    }
+    if (!outwait_holder(semaphore, watch)) {
+        posted();
+        return time_out();
     }
     return 0;
+}
+
+bool Update_lock::take(Stopwatch& watch) {
+    constexpr auto pause = 1ms;
+    constexpr auto question = 250ms;
+    auto next_question = watch.waited() + question;
+    while (!try_take()) {
+        std::this_thread::sleep_for(pause);
+        if (watch.waited() >= next_question) {
+            next_question += question;
+            if (!watch.go_on()) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+/// With the byte taken: the holder, if it lives, is an old neighbour.
+bool Update_lock::outwait_holder(sem_t* semaphore, Stopwatch& watch) {
+    const auto start = watch.waited();
+    while (!wait_one_slice(semaphore)) {
+        if (!watch.go_on()) {
+            return false;
+        }
+        if (holders_are_known && watch.waited() - start >= suspicious &&
+            !may_have_old_neighbours(fd)) {
+            sem_post(semaphore);
+            watch.freed();
+        }
+    }
+    return true;
 }
 
 void Update_lock::posted() {

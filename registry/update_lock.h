@@ -23,7 +23,10 @@ public:
     void posted() override;
 
 private:
+    class Stopwatch;
+    bool take(Stopwatch& watch);
     bool try_take();
+    bool outwait_holder(sem_t* semaphore, Stopwatch& watch);
 
     const int fd;
     bool holders_are_known = false;  ///< written by whoever has `taken`
