@@ -93,7 +93,8 @@ bool Update_lock::take(Stopwatch& watch) {
     return true;
 }
 
-/// With the byte taken: the holder, if it lives, is an old neighbour.
+/// With the byte taken: the holder, if it lives, is an old neighbour. One that has posted and gone
+/// since the slice ended is not found, so the semaphore is looked at once more, last.
 bool Update_lock::outwait_holder(sem_t* semaphore, Stopwatch& watch) {
     const auto start = watch.waited();
     while (!wait_one_slice(semaphore)) {
@@ -101,7 +102,7 @@ bool Update_lock::outwait_holder(sem_t* semaphore, Stopwatch& watch) {
             return false;
         }
         if (holders_are_known && watch.waited() - start >= suspicious &&
-            !may_have_old_neighbours(fd)) {
+            !may_have_old_neighbours(fd) && !is_free(semaphore)) {
             sem_post(semaphore);
             watch.freed();
         }
