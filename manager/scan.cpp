@@ -35,7 +35,7 @@ bool refresh_and_go_on(CNuv_device_manager& manager, std::chrono::milliseconds) 
 /// Every back-end in turn, while no other process scans, opens or closes.
 void scan_all(CNuv_device_manager& manager, const char* op) {
     const nuv::Update_hold update(manager, op, refresh_and_go_on);
-    if (!update.is_acquired()) {
+    if (!update.is_acquired() && !manager.thread_scan_run) {
         return;
     }
     NUV_LOG(manager, NUV_LOG_CYCLE, "%s: sema_update wait done", op);
