@@ -5,6 +5,7 @@
 #include <nuv/iftype.h>
 
 #include <cstdio>
+#include <utility>
 
 namespace manager_test {
 namespace {
@@ -247,6 +248,24 @@ TEST_F(Devices, HolderOfTheSemaphoreIsNotBlocked) {
     EXPECT_EQ(manager->close_grab_device(grab), 0U);
     EXPECT_FALSE(update_is_free(*manager));
     manager->shm_mgr->sema_update->post();
+    EXPECT_TRUE(update_is_free(*manager));
+}
+
+TEST_F(Devices, RefusedWaitLetsEverythingRunOnAndPostsNothing) {
+    start();
+    CNuv_sem_access& update = *manager->shm_mgr->sema_update;
+    sem_t* const semaphore = std::exchange(update.sem, nullptr);
+    EXPECT_EQ(manager->open_grab_device_from_id(camera, &grab), 0U);
+    EXPECT_EQ(manager->close_grab_device(grab), 0U);
+    EXPECT_EQ(manager->open_com_device_from_id(camera, &com), 0U);
+    EXPECT_EQ(manager->close_com_device(com), 0U);
+    EXPECT_EQ(usb2.closes, 2);
+    manager->scantime = 1;
+    manager->start_scan_thread();
+    wait_until([this] { return usb2.updates > 0; });
+    manager->stop_threads();
+    EXPECT_EQ(told_by(record, "add_interface_option").size(), 4U);
+    update.sem = semaphore;
     EXPECT_TRUE(update_is_free(*manager));
 }
 
