@@ -1,0 +1,67 @@
+// What the workers of a storm tell each other, and how they find out that a promise is broken.
+#pragma once
+
+#include "process.h"
+
+#include <nuv/shm_manager.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace robustness {
+
+constexpr int most_workers = 16;
+
+/// One worker, written by it alone but for `doomed` and `stopped`, which the driver sets before it
+/// sends the signal.
+struct Worker_slot {
+    std::atomic<pid_t> pid{0};
+    std::atomic<ino_t> inode{
+        0};  ///< the region it is attached to, from one return to the next call
+    std::atomic<bool> in_list{false};  ///< holds `sem_rw` to change the list
+    std::atomic<bool> doomed{false};
+    std::atomic<bool> stopped{false};
+    std::atomic<bool> parked{false};
+    std::atomic<long> progress{0};
+    std::atomic<const char*> doing{""};
+};
+
+struct Storm_board {
+    Worker_slot workers[most_workers];
+    std::atomic<bool> park{false};
+    std::atomic<bool> quit{false};
+    std::atomic<std::int64_t> last_stop_ms{0};  ///< when the driver stopped anybody
+
+    std::atomic<long> attaches{0};
+    std::atomic<long> managers{0};  ///< attaches of whole device managers among them
+    std::atomic<long> clears{0};
+    std::atomic<long> freed_rw{0};
+    std::atomic<long> freed_update{0};
+    std::atomic<long> refused{0};
+    std::atomic<long> ids{0};
+    std::atomic<long> unsure_ids{0};  ///< after a stopped holder of `sem_rw` was taken for dead
+    std::atomic<long> opens{0};
+    std::atomic<long> scans{0};
+
+    // Under sem_rw.
+    std::atomic<unsigned int> last_id{0};
+    std::atomic<long> clears_at_last_id{0};
+    std::atomic<ino_t> region_of_last_id{0};
+    std::atomic<bool> ids_unsure{false};
+};
+
+std::int64_t now_ms();
+
+/// Listens to the library's log: clears and recoveries are said before they are done.
+void count_from_log(Storm_board& board);
+
+/// To be called while attached. Throws when the region has no name, or when another living worker
+/// is attached to another one at the same time.
+void check_region(const Storm_board& board, const Worker_slot& self, int fd);
+
+/// Takes an id under `sem_rw`, and throws when it was handed out before since the region
+/// was created or cleared.
+void take_id(Storm_board& board, Worker_slot& self, CNuv_shm_manager& manager);
+
+}  // namespace robustness
