@@ -1,5 +1,5 @@
 # The gates of ./dev check. Every gate runs; the summary at the end names those that failed.
-# Sourced by ./dev. Further gates (longer runs, the benchmark's counts) are lines in `check`.
+# Sourced by ./dev. Further gates (the benchmark's counts) are lines in `check`.
 
 . tools/dev/sources.sh
 
@@ -60,7 +60,12 @@ gate() {
 }
 
 check() {
-    [ $# -eq 0 ] || fail "usage: ./dev check"
+    local long=
+    if [ "${1:-}" = --long ]; then
+        long=yes
+        shift
+    fi
+    [ $# -eq 0 ] || fail "usage: ./dev check [--long]"
     mkdir -p build/check
     local summary=() failed=0
     gate format "Sources are not laid out as .clang-format says; ./dev format mends it."
@@ -71,6 +76,10 @@ check() {
     gate cppcheck "cppcheck found fault with the sources."
     gate asan "A test fails, or is unclean, under the address and undefined-behaviour sanitizers."
     gate tsan "A test fails, or races, under the thread sanitizer."
+    if [ -n "$long" ]; then
+        . tools/dev/long_runs.sh
+        long_gates
+    fi
     printf '\n'
     printf '%s\n' "${summary[@]}"
     [ "$failed" -eq 0 ] || fail "$failed of ${#summary[@]} gates failed"
