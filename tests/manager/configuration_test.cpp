@@ -216,7 +216,7 @@ TEST_F(Configuration, UnreadableFileChangesNothingAndIsTold) {
     EXPECT_EQ(manager->get_parameter_from_inifile(), NUV_INI_NOT_FOUND);
     EXPECT_EQ(told_by(record, op), Lines{"2 no ini file found"});
 
-    for (const mode_t kind : {S_IFSOCK, S_IFIFO}) {
+    for (const mode_t kind : {mode_t{S_IFSOCK}, mode_t{S_IFIFO}}) {
         record.clear();
         ASSERT_EQ(mknod(path.c_str(), kind | 0600U, 0), 0);
         EXPECT_EQ(manager->get_parameter_from_inifile(), NUV_ERROR_INI_LOAD);
