@@ -106,10 +106,9 @@ int CNuv_interface::delete_devices_in_shmlist() {
         for (int index = 0; index < NUV_DEVICE_COUNT; ++index) {
             NUV_Device& entry = shm_mgr->devlist_shm->nuvdevice[index];
             if (entry.nuv_iftype == if_type) {
-                const nuv::Name_copy name(entry.interfacename);
                 NUV_LOG_BY(writelogb, *this, NUV_LOG_TRACE,
                            "%s: found nuvdevice[%d] with id %d for %s", op, index, entry.id,
-                           name.text());
+                           nuv::Name_copy(entry.interfacename).text());
                 clear_device_numbers(*this, op, entry.id);
                 clear_entry(entry);
             }

@@ -75,7 +75,8 @@ void apply_general_bits(CNuv_device_manager& manager, const Ini_key& key, const 
 void apply_scantime(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
     constexpr unsigned long least = 500;
     constexpr unsigned long most = 3600000;
-    manager.scantime = static_cast<std::uint32_t>(std::clamp(read_number(value), least, most));
+    nuv::relaxed_store(manager.scantime,
+                       static_cast<std::uint32_t>(std::clamp(read_number(value), least, most)));
     log_number(manager, key, manager.scantime);
 }
 

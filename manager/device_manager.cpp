@@ -17,8 +17,9 @@ void CNuv_device_manager::SetLog(CNuv_Log* log) {
     constexpr char op[] = "SetLog";
     clog = log;
     if (log != nullptr) {
+        const unsigned int logbits = log->get_logbits();
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: clog %p loglevel 0x%x", op, static_cast<void*>(log),
-                log->get_logbits());
+                logbits);
     }
 }
 

@@ -31,7 +31,7 @@ template <class Handle, class Close>
 unsigned int record(std::unordered_map<Handle*, std::uint16_t>& list, Handle* handle,
                     std::uint16_t iftype, Close close) {
     try {
-        list.emplace(handle, iftype);
+        list.try_emplace(handle, iftype);
         return NUV_NOERROR;
     } catch (const std::bad_alloc&) {
         close();

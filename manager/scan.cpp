@@ -27,9 +27,12 @@ void scan_backend(CNuv_device_manager& manager, const char* op, std::uint16_t if
 
 /// While a pass waits, the time-stamp thread waits for it: so the pass keeps the heartbeat. A pass
 /// that is no longer wanted does not wait for the semaphore.
-bool refresh_and_go_on(CNuv_device_manager& manager, std::chrono::milliseconds) {
-    manager.shm_mgr->update_time_stamp();
-    return manager.thread_scan_run;
+bool refresh_and_go_on(CNuv_device_manager& manager, std::chrono::milliseconds waited) {
+    using namespace std::chrono_literals;
+    if (waited >= 1s) {
+        manager.shm_mgr->update_time_stamp();
+    }
+    return manager.thread_scan_run || waited < 2s;
 }
 
 /// Every back-end in turn, while no other process scans, opens or closes.
@@ -54,7 +57,7 @@ void CNuv_device_manager::scan_interfaces_thread() {
     while (thread_scan_run) {
         NUV_LOG(*this, NUV_LOG_CYCLE, "%s: before wait_for mtx %d", op, scantime);
         std::unique_lock<std::mutex> lock(mtx);
-        cv.wait_for(lock, std::chrono::milliseconds(scantime));
+        cv.wait_for(lock, std::chrono::milliseconds(nuv::relaxed_load(scantime)));
         if (!thread_scan_run) {
             NUV_LOG(*this, NUV_LOG_TRACE, "%s: thread_run false break_loop", op);
             break;

@@ -7,7 +7,7 @@
 namespace nuv {
 
 /// Leaves the option alone when it is set already. Made and destroyed within a hold of
-/// `sem_update`, so that no pass ever sees the option half-way.
+/// `sem_update`, so that no pass sees the option half-way.
 class Scan_suspension {
 public:
     Scan_suspension(CNuv_device_manager& of_manager, std::uint16_t type)

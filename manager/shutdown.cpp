@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long devices that were left open wait, all together, for others' scans, opens and closes.
+/// After which devices that were left open are closed whether others scan, open and close or not.
 constexpr auto longest_wait = 10s;
 
 /// Closes what callers left open. A device whose close fails stays recorded.
@@ -82,6 +82,7 @@ void shut_down(CNuv_device_manager& manager, const char* op, std::chrono::millis
 void CNuv_device_manager::Close() {
     shutdown_due = std::chrono::steady_clock::now() + longest_wait;
     shut_down(*this, "Close", 20ms);
+    shutdown_due = std::chrono::steady_clock::time_point::max();
 }
 
 CNuv_device_manager::~CNuv_device_manager() {

@@ -49,18 +49,16 @@ void wake_until_ended(std::condition_variable& cv, const std::atomic<int>& alive
     }
 }
 
-/// In a forked child: the thread objects are copies, without threads behind them.
+/// In a forked child: the objects are copies without threads behind them. Copies of a thread can be
+/// neither joined nor detached, and the condition variable's destructor would wait for waiters
+/// that do not exist here.
 void forget_threads_of_parent(CNuv_device_manager& manager, std::atomic<int>& alive) {
-    for (std::thread* const thread : {&manager.thread_scan, &manager.thread_time}) {
-        if (thread->joinable()) {
-            thread->detach();
-        }
-    }
+    ::new (static_cast<void*>(&manager.thread_scan)) std::thread;
+    ::new (static_cast<void*>(&manager.thread_time)) std::thread;
+    ::new (static_cast<void*>(&manager.cv)) std::condition_variable;
     manager.thread_scan_run = false;
     manager.thread_time_run = false;
     alive = 0;
-    // The copy counts waiters that do not exist here, and its destructor would wait for them.
-    ::new (static_cast<void*>(&manager.cv)) std::condition_variable;
 }
 
 }  // namespace

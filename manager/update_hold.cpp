@@ -30,15 +30,14 @@ void Update_hold::release() {
 }
 
 bool Update_hold::until_shutdown_is_due(CNuv_device_manager& manager, std::chrono::milliseconds) {
-    return std::chrono::steady_clock::now() < manager.shutdown_due;
+    return std::chrono::steady_clock::now() < manager.shutdown_due.load();
 }
 
 bool Update_hold::go_on(std::chrono::milliseconds waited) {
     if (waited >= next_line) {
         next_line += between_lines;
-        NUV_LOG(manager, NUV_LOG_ERROR,
-                "%s: sem_update is taken since %d s, try nuvctl doctor and nuvctl repair", op,
-                static_cast<int>(waited / 1s));
+        NUV_LOG(manager, NUV_LOG_ERROR, "%s: sem_update has been taken for %d s, see nuvctl status",
+                op, static_cast<int>(waited / 1s));
     }
     return worth_waiting(manager, waited);
 }

@@ -75,7 +75,7 @@ void make_wrappers(Attempt& attempt) {
 }
 
 bool clear_if_stale(Attempt& attempt) {
-    const bool stale = is_stale(attempt.manager, attempt.region());
+    const bool stale = is_stale(attempt.manager, attempt.region(), wall_clock_seconds());
     if (stale) {
         clear_stale_registry(attempt.manager, attempt.region(), attempt.op());
     }
@@ -134,7 +134,7 @@ Outcome join_region(Attempt& attempt, Deadline deadline) {
         return attempt.start_over(deadline);
     }
     if (!map_existing(attempt) || !has_our_version(attempt)) {
-        return Outcome::failed;
+        return attempt.discard();
     }
     make_wrappers(attempt);
     bool cleared = clear_if_stale(attempt);

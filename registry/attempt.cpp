@@ -10,7 +10,10 @@
 namespace nuv {
 
 Attempt::Attempt(CNuv_shm_manager& for_manager, Path first_path)
-    : manager(for_manager), held(std::make_unique<Attachment>()), path(first_path) {}
+    : manager(for_manager),
+      held(std::make_unique<Attachment>()),
+      path(first_path),
+      keep_name(first_path == Path::attach) {}
 
 Attempt::~Attempt() {
     if (held != nullptr) {
@@ -22,6 +25,11 @@ bool Attempt::open(int flags) {
     const bool opened = held->open(flags);
     gate.set_descriptor(held->fd());
     return opened;
+}
+
+Outcome Attempt::discard() {
+    keep_name = false;
+    return Outcome::failed;
 }
 
 Outcome Attempt::start_over(Deadline deadline) {

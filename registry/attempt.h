@@ -31,11 +31,18 @@ public:
 
     bool open(int flags);
     /// From here on the try is one to create the region, in the file that it has opened.
-    void create_after_all() { path = Path::create; }
+    void create_after_all() {
+        path = Path::create;
+        keep_name = false;
+    }
     /// The operation's name in the log.
     const char* op() const { return path == Path::create ? "create_shm" : "open_shm"; }
     NUV_Devlist_Shm* region() const { return held->region(); }
 
+    /// Ends this try as a failure that takes the name away, so that the next one, of any process,
+    /// creates a fresh region. A try to create always does that; one to attach only where it has
+    /// found the region unusable.
+    Outcome discard();
     /// Ends this try without taking the name away, in favour of another one; past the deadline, as
     /// a failure.
     Outcome start_over(Deadline deadline);
@@ -62,7 +69,7 @@ private:
     void release();
 
     Path path;
-    bool keep_name = false;
+    bool keep_name;
     bool name_unlinked = false;
 };
 

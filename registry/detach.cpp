@@ -23,11 +23,23 @@ void give_back(CNuv_sem_access* access) {
     }
 }
 
+/// False when the registry is stale, and `sem_rw` not to be had for longer than a living holder
+/// keeps it.
+bool acquire_sem_rw(CNuv_shm_manager& manager, Deadline deadline) {
+    constexpr std::chrono::seconds patience(4);
+    const Deadline end_of_patience = std::chrono::steady_clock::now() + patience;
+    Slices end = Slices::stale;
+    while (end == Slices::stale && std::chrono::steady_clock::now() < end_of_patience) {
+        end = wait_in_slices(manager, manager.devlist_shm, deadline);
+    }
+    return end == Slices::acquired;
+}
+
 /// The count is what a neighbour without the locks goes by, so everybody keeps it right. Not in a
 /// registry that has gone stale, though: whoever clears it counts anew.
 void count_out(CNuv_shm_manager& manager, const char* op, Deadline deadline) {
     NUV_Devlist_Shm* const region = manager.devlist_shm;
-    if (wait_in_slices(manager, region, deadline) != Slices::acquired) {
+    if (!acquire_sem_rw(manager, deadline)) {
         return;
     }
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: sem_wait 'sem_rw' done", op);
@@ -82,7 +94,7 @@ unsigned int CNuv_shm_manager::close_shm() {
     }
     sema_update.reset();
     sema_rw.reset();
-    if (devlist_shm == nullptr) {
+    if (devlist_shm == nullptr || attachment == nullptr) {
         return 0;
     }
     nuv::Gate gate(m_hMem);

@@ -11,9 +11,9 @@
 
 namespace nuv {
 
-bool is_stale(CNuv_shm_manager& manager, NUV_Devlist_Shm* region) {
+bool is_stale(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, std::int64_t now_seconds) {
     constexpr char op[] = "time_stamp_timeout";
-    const auto now = static_cast<std::uint64_t>(wall_clock_seconds());
+    const auto now = static_cast<std::uint64_t>(now_seconds);
     const auto stamp = static_cast<std::uint64_t>(load_time_stamp(region));
     // Unsigned, so that a stamp in the future counts as stale too.
     const std::uint64_t difference = now - stamp;
@@ -39,8 +39,9 @@ bool CNuv_shm_manager::time_stamp_timeout() {
     if (!nuv::is_attached(*this)) {
         return false;
     }
-    const bool stale = nuv::is_stale(*this, devlist_shm);
-    nuv::store_time_stamp(devlist_shm, nuv::wall_clock_seconds());
+    const std::int64_t now = nuv::wall_clock_seconds();
+    const bool stale = nuv::is_stale(*this, devlist_shm, now);
+    nuv::store_time_stamp(devlist_shm, now);
     return stale;
 }
 

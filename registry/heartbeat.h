@@ -6,10 +6,11 @@
 
 namespace nuv {
 
-/// Whether the heartbeat is older than the manager's tolerance, or lies in the future.
-bool is_stale(CNuv_shm_manager& manager, NUV_Devlist_Shm* region);
+/// Whether the heartbeat is older than the manager's tolerance at `now`, in seconds since the
+/// Epoch, or lies in the future.
+bool is_stale(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, std::int64_t now);
 
-/// The same without a word in the log, for who asks again and again.
+/// The same at this moment and without a word in the log, for who asks again and again.
 bool looks_stale(const CNuv_shm_manager& manager, NUV_Devlist_Shm* region);
 
 }  // namespace nuv

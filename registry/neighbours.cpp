@@ -52,27 +52,43 @@ bool has_presence_lock(const char* process, const char* descriptor) {
     return false;
 }
 
-/// The link's text is looked at first: asking for the file itself could block on a dead server.
-bool is_region(int folder, const char* descriptor, const struct stat& region) {
+/// The process has ended meanwhile, or the descriptor was closed; any other error hides something.
+bool is_gone(int error) {
+    return error == ENOENT || error == ESRCH;
+}
+
+enum class Sight { something_else, the_region, hidden };
+
+/// What a descriptor leads to. The link's text is looked at first: asking for the file itself could
+/// block on a dead server.
+Sight look_at(int folder, const char* descriptor, const struct stat& region) {
     char target[512];
     const ssize_t length = readlinkat(folder, descriptor, target, sizeof target - 1);
-    if (length <= 0) {
-        return false;
+    if (length < 0) {
+        return is_gone(errno) ? Sight::something_else : Sight::hidden;
     }
     target[length] = '\0';
     struct stat file {};
-    return std::strstr(target, NUV_SHM_NAME) != nullptr &&
-           fstatat(folder, descriptor, &file, 0) == 0 && file.st_ino == region.st_ino &&
-           file.st_dev == region.st_dev;
+    const bool same = std::strstr(target, NUV_SHM_NAME) != nullptr &&
+                      fstatat(folder, descriptor, &file, 0) == 0 && file.st_ino == region.st_ino &&
+                      file.st_dev == region.st_dev;
+    return same ? Sight::the_region : Sight::something_else;
 }
 
-/// Whoever is attached has touched the region, which counts as a shared-memory page.
-bool has_shared_memory(const char* process) {
+/// Of a process that cannot be looked into. Whoever is attached has touched the region, which
+/// counts as a shared-memory page. What is hidden from root is outside its container.
+bool may_share_memory(const char* process) {
+    if (geteuid() == 0) {
+        return false;
+    }
     char path[path_size];
     std::snprintf(path, sizeof path, "/proc/%.20s/status", process);
     const File status(std::fopen(path, "re"));
+    if (status == nullptr) {
+        return !is_gone(errno);
+    }
     char line[256];
-    while (status != nullptr && std::fgets(line, sizeof line, status.get()) != nullptr) {
+    while (std::fgets(line, sizeof line, status.get()) != nullptr) {
         unsigned long kilobytes = 0;
         if (std::sscanf(line, "RssShmem: %lu", &kilobytes) == 1) {
             return kilobytes > 0;
@@ -86,12 +102,17 @@ bool may_be_old_neighbour(const char* process, const struct stat& region) {
     std::snprintf(path, sizeof path, "/proc/%.20s/fd", process);
     const Folder descriptors(opendir(path));
     if (descriptors == nullptr) {
-        return errno == EACCES && has_shared_memory(process);
+        return !is_gone(errno) && may_share_memory(process);
     }
     while (const dirent* const entry = readdir(descriptors.get())) {
-        if (is_number(entry->d_name) &&
-            is_region(dirfd(descriptors.get()), entry->d_name, region) &&
-            !has_presence_lock(process, entry->d_name)) {
+        if (!is_number(entry->d_name)) {
+            continue;
+        }
+        const Sight sight = look_at(dirfd(descriptors.get()), entry->d_name, region);
+        if (sight == Sight::hidden) {
+            return may_share_memory(process);
+        }
+        if (sight == Sight::the_region && !has_presence_lock(process, entry->d_name)) {
             return true;
         }
     }

@@ -1,6 +1,6 @@
 // Words that one thread reads while another may write them, without a lock that both hold: option
 // bits, and the fields by which a semaphore wrapper recognises its holder. They keep their plain
-// documented types, so the access is atomic instead.
+// types, which other libraries are compiled against, so the access is atomic instead.
 #pragma once
 
 namespace nuv {

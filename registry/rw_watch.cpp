@@ -11,31 +11,35 @@
 
 namespace nuv {
 
-int Rw_watch::wait(sem_t* semaphore, Patience* patience) {
+int Rw_watch::wait(sem_t* semaphore, Waiting& waiting) {
     if (is_free(semaphore)) {
         return sem_wait(semaphore);
     }
-    const auto start = std::chrono::steady_clock::now();
-    while (!wait_one_slice(semaphore)) {
-        const auto waited = std::chrono::steady_clock::now() - start;
-        if (patience != nullptr &&
-            !patience->go_on(std::chrono::duration_cast<std::chrono::milliseconds>(waited))) {
+    waiting.begin();
+    const std::chrono::seconds tolerance(manager.m_difftime);
+    for (;;) {
+        const Slice end = wait_one_slice(semaphore);
+        if (end != Slice::too_short) {
+            return end == Slice::acquired ? 0 : -1;
+        }
+        if (!waiting.go_on()) {
             errno = ETIMEDOUT;
             return -1;
         }
-        if (looks_stale(manager, manager.devlist_shm) && free_if_lost() && patience != nullptr) {
-            patience->freed_from_dead_holder();
+        // A heartbeat may be old with everybody alive: the holder's time counts as well.
+        if (waiting.waited() > tolerance && free_if_lost()) {
+            waiting.freed_from_dead_holder();
         }
     }
-    return 0;
 }
 
-/// The heartbeat is stored before the post, and tested again inside the gate: of many that wait,
-/// one posts.
+/// The heartbeat is tested inside the gate and stored before the post: of many that wait, one
+/// posts.
 bool Rw_watch::free_if_lost() {
     constexpr char op[] = "wait";
     constexpr std::chrono::seconds patience(1);
     NUV_Devlist_Shm* const region = manager.devlist_shm;
+    const std::lock_guard<std::mutex> one_thread(freeing);
     Gate gate(manager.m_hMem);
     if (!gate.acquire(std::chrono::steady_clock::now() + patience) ||
         !looks_stale(manager, region)) {

@@ -1,5 +1,6 @@
 #include "registry/listens.h"
 #include "registry/sem_hold.h"
+#include "registry/semaphore_bytes.h"
 #include "registry/semaphore_guard.h"
 
 #include <nuv/bits.h>
@@ -27,9 +28,12 @@ void log_failed_wait(CNuv_sem_access& access, const char* op, int error) {
     }
 }
 
-int acquire(CNuv_sem_access& access, nuv::Patience* patience) {
-    return access.guard != nullptr ? access.guard->wait(access.sem, patience)
-                                   : sem_wait(access.sem);
+int acquire(CNuv_sem_access& access, nuv::Waiting& waiting) {
+    if (access.guard == nullptr) {
+        return sem_wait(access.sem);
+    }
+    nuv::mend_semaphore(access.sem);
+    return access.guard->wait(access.sem, waiting);
 }
 
 int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
@@ -42,8 +46,9 @@ int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
                 static_cast<unsigned int>(me));
         return 0;
     }
+    nuv::Waiting waiting(patience);
     while (access.sem != nullptr) {
-        if (acquire(access, patience) == 0) {
+        if (acquire(access, waiting) == 0) {
             const int depth = nuv::become_holder(access);
             NUV_LOG(access, NUV_LOG_TRACE, "%s: sem_wait returned %d wait_called %d t_id %u", op, 0,
                     depth, static_cast<unsigned int>(me));
@@ -119,6 +124,9 @@ int CNuv_sem_access::post() {
     }
     // Cleared before the post, so that the next holder's id is never overwritten.
     nuv::relaxed_store(t_id, std::uint64_t{0});
+    if (guard != nullptr) {
+        nuv::mend_semaphore(sem);
+    }
     const int result = sem_post(sem);
     if (guard != nullptr) {
         guard->posted();

@@ -19,12 +19,30 @@ public:
     virtual void freed_from_dead_holder() = 0;
 };
 
+/// One wait, which a signal may interrupt and which then goes on.
+class Waiting {
+public:
+    /// Without `asked` it goes on for ever.
+    explicit Waiting(Patience* asked) : patience(asked) {}
+
+    /// The semaphore was not free: the time counts from here. Most waits never read a clock.
+    void begin();
+    std::chrono::milliseconds waited() const;
+    bool go_on();
+    void freed_from_dead_holder();
+
+private:
+    Patience* const patience;
+    bool begun = false;
+    std::chrono::steady_clock::time_point start;
+};
+
 class Semaphore_guard {
 public:
     virtual ~Semaphore_guard() = default;
-    /// Acquires the semaphore. Without `patience` it waits for ever.
+    /// Acquires the semaphore.
     /// \return what `sem_wait` returns; -1 with ETIMEDOUT when the patience has ended
-    virtual int wait(sem_t* semaphore, Patience* patience) = 0;
+    virtual int wait(sem_t* semaphore, Waiting& waiting) = 0;
     /// The semaphore was posted.
     virtual void posted() = 0;
 };

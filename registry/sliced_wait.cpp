@@ -2,6 +2,7 @@
 
 #include "registry/heartbeat.h"
 #include "registry/region.h"
+#include "registry/semaphore_bytes.h"
 
 #include <time.h>
 
@@ -28,11 +29,9 @@ timespec monotonic_after_one_slice() {
 }
 
 /// The thread sanitizer of this compiler knows `sem_wait`, but not `sem_clockwait`.
-void note_acquired([[maybe_unused]] sem_t* semaphore, [[maybe_unused]] bool acquired) {
+void note_acquired([[maybe_unused]] sem_t* semaphore) {
 #ifdef __SANITIZE_THREAD__
-    if (acquired) {
-        __tsan_acquire(semaphore);
-    }
+    __tsan_acquire(semaphore);
 #endif
 }
 
@@ -44,18 +43,18 @@ bool is_free(sem_t* semaphore) {
     return value > 0;
 }
 
-bool wait_one_slice(sem_t* semaphore) {
+Slice wait_one_slice(sem_t* semaphore) {
+    mend_semaphore(semaphore);
     const timespec end = monotonic_after_one_slice();
-    int result = sem_clockwait(semaphore, CLOCK_MONOTONIC, &end);
-    while (result != 0 && errno == EINTR) {
-        result = sem_clockwait(semaphore, CLOCK_MONOTONIC, &end);
+    if (sem_clockwait(semaphore, CLOCK_MONOTONIC, &end) == 0) {
+        note_acquired(semaphore);
+        return Slice::acquired;
     }
-    note_acquired(semaphore, result == 0);
-    return result == 0;
+    return errno == ETIMEDOUT ? Slice::too_short : Slice::failed;
 }
 
 Slices wait_in_slices(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, Deadline deadline) {
-    while (!wait_one_slice(sem_rw_of(region))) {
+    while (wait_one_slice(sem_rw_of(region)) != Slice::acquired) {
         if (looks_stale(manager, region)) {
             return Slices::stale;
         }

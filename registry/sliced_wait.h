@@ -12,14 +12,16 @@ namespace nuv {
 /// Whether a wait that starts now finds the semaphore free.
 bool is_free(sem_t* semaphore);
 
-/// One slice of 250 ms; false when the semaphore was not to be had in it. A signal does not end it.
-bool wait_one_slice(sem_t* semaphore);
+enum class Slice { acquired, too_short, failed };
+
+/// One slice of 250 ms. `failed` leaves the reason in `errno`, a signal among others.
+Slice wait_one_slice(sem_t* semaphore);
 
 enum class Slices { acquired, stale, late };
 
-/// Waits in slices of 250 ms. After a slice without success the heartbeat is looked at: nobody can
-/// refresh it while a dead process holds the semaphore.
-/// \return `stale` when the heartbeat has become too old; `late` when the deadline has passed
+/// Waits in slices, whatever signals come. After a slice without success the heartbeat is looked
+/// at: nobody can refresh it while a dead process holds the semaphore. \return `stale` when the
+/// heartbeat has become too old; `late` when the deadline has passed
 Slices wait_in_slices(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, Deadline deadline);
 
 }  // namespace nuv

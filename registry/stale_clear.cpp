@@ -3,6 +3,7 @@
 #include "registry/listens.h"
 #include "registry/region.h"
 #include "registry/sem_hold.h"
+#include "registry/semaphore_bytes.h"
 
 #include <unistd.h>
 
@@ -23,6 +24,7 @@ void clear_stale_registry(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, co
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: shm opencount %d processid %d id_counter %d", op,
             region->opencount, region->processid, region->id_counter);
     store_time_stamp(region, wall_clock_seconds());
+    mend_semaphore(sem_rw_of(region));
     sem_post(sem_rw_of(region));
 }
 

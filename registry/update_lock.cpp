@@ -2,6 +2,7 @@
 
 #include "registry/neighbours.h"
 #include "registry/region_locks.h"
+#include "registry/sem_hold.h"
 #include "registry/sliced_wait.h"
 
 #include <cerrno>
@@ -10,32 +11,11 @@
 
 namespace nuv {
 
-/// How long somebody waits, and whether it is to go on.
-class Update_lock::Stopwatch {
-public:
-    explicit Stopwatch(Patience* asked) : patience(asked) {}
-
-    std::chrono::milliseconds waited() const {
-        using std::chrono::steady_clock;
-        return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - start);
-    }
-    bool go_on() { return patience == nullptr || patience->go_on(waited()); }
-    void freed() {
-        if (patience != nullptr) {
-            patience->freed_from_dead_holder();
-        }
-    }
-
-private:
-    Patience* const patience;
-    const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
-};
-
 namespace {
 
 using namespace std::chrono_literals;
 
-/// Longer than any holder takes between its post and dropping the byte.
+/// Looking at all processes is not for every short wait.
 constexpr auto suspicious = 1s;
 
 int time_out() {
@@ -58,34 +38,33 @@ bool Update_lock::try_take() {
     return true;
 }
 
-int Update_lock::wait(sem_t* semaphore, Patience* patience) {
-    Stopwatch watch(patience);
-    if (!take(watch)) {
+int Update_lock::wait(sem_t* semaphore, Waiting& waiting) {
+    if (!take(waiting)) {
         return time_out();
     }
-    if (is_free(semaphore)) {
-        const int result = sem_wait(semaphore);
-        if (result != 0) {
-            posted();
-        }
-        return result;
-    }
-    if (!outwait_holder(semaphore, watch)) {
+    const int result =
+        is_free(semaphore) ? sem_wait(semaphore) : outwait_holder(semaphore, waiting);
+    if (result != 0) {
+        const int error = errno;
         posted();
-        return time_out();
+        errno = error;
     }
-    return 0;
+    return result;
 }
 
-bool Update_lock::take(Stopwatch& watch) {
+bool Update_lock::take(Waiting& waiting) {
     constexpr auto pause = 1ms;
     constexpr auto question = 250ms;
-    auto next_question = watch.waited() + question;
+    if (try_take()) {
+        return true;
+    }
+    waiting.begin();
+    auto next_question = waiting.waited() + question;
     while (!try_take()) {
         std::this_thread::sleep_for(pause);
-        if (watch.waited() >= next_question) {
+        if (waiting.waited() >= next_question) {
             next_question += question;
-            if (!watch.go_on()) {
+            if (!waiting.go_on()) {
                 return false;
             }
         }
@@ -94,20 +73,27 @@ bool Update_lock::take(Stopwatch& watch) {
 }
 
 /// With the byte taken: the holder, if it lives, is an old neighbour. One that has posted and gone
-/// since the slice ended is not found, so the semaphore is looked at once more, last.
-bool Update_lock::outwait_holder(sem_t* semaphore, Stopwatch& watch) {
-    const auto start = watch.waited();
-    while (!wait_one_slice(semaphore)) {
-        if (!watch.go_on()) {
-            return false;
+/// since the slice ended is not found, so the semaphore is looked at once more, last; if it posts
+/// even later, its post is one too many.
+int Update_lock::outwait_holder(sem_t* semaphore, Waiting& waiting) {
+    waiting.begin();
+    Slice end = wait_one_slice(semaphore);
+    bool freed = false;
+    for (; end == Slice::too_short; end = wait_one_slice(semaphore)) {
+        if (!waiting.go_on()) {
+            return time_out();
         }
-        if (holders_are_known && watch.waited() - start >= suspicious &&
-            !may_have_old_neighbours(fd) && !is_free(semaphore)) {
+        if (holders_are_known && waiting.waited() >= suspicious && !may_have_old_neighbours(fd) &&
+            !is_free(semaphore)) {
             sem_post(semaphore);
-            watch.freed();
+            freed = true;
+            waiting.freed_from_dead_holder();
         }
     }
-    return true;
+    if (end == Slice::acquired && freed) {
+        take_surplus_posts(semaphore);
+    }
+    return end == Slice::acquired ? 0 : -1;
 }
 
 void Update_lock::posted() {

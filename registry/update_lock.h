@@ -19,14 +19,13 @@ class Update_lock : public Semaphore_guard {
 public:
     explicit Update_lock(int region_fd) : fd(region_fd) {}
 
-    int wait(sem_t* semaphore, Patience* patience) override;
+    int wait(sem_t* semaphore, Waiting& waiting) override;
     void posted() override;
 
 private:
-    class Stopwatch;
-    bool take(Stopwatch& watch);
+    bool take(Waiting& waiting);
     bool try_take();
-    bool outwait_holder(sem_t* semaphore, Stopwatch& watch);
+    int outwait_holder(sem_t* semaphore, Waiting& waiting);
 
     const int fd;
     bool holders_are_known = false;  ///< written by whoever has `taken`

@@ -33,8 +33,8 @@ public:
     CNuv_device_manager();
     CNuv_device_manager(const CNuv_device_manager&) = delete;
     CNuv_device_manager& operator=(const CNuv_device_manager&) = delete;
-    /// `Close`, but with a sleep of 100 ms, then detaches from the registry and deletes the
-    /// manager's own log. In any state. Controlling thread.
+    /// `Close`, but with a sleep of 100 ms where that sleeps 20 ms, then detaches from the registry
+    /// and deletes the manager's own log. In any state. Controlling thread.
     ~CNuv_device_manager();
 
     /// \name Set-up
@@ -63,11 +63,14 @@ public:
     ///         manager may be initialised again or destroyed
     unsigned int Initialize();
     /// Stops the threads, closes what callers left open, deletes the back-ends. The registry stays
-    /// attached, and what remains is to destroy the manager. May be called twice.
+    /// attached, and what remains is to destroy the manager. May be called twice. Sleeps 20 ms, and
+    /// 20 ms for each back-end. After 10 s of waiting for `sem_update` it closes without it.
     void Close();
     /// Reads the INI file into the fields; absent keys leave theirs as they are.
+    /// While no background thread runs.
     /// \return 0, `NUV_ERROR_NO_INI_LOCATOR`, `NUV_ERROR_INI_LOAD`, or the locator's own code
     ///         when it finds no file
+    /// \throws std::bad_alloc
     unsigned int get_parameter_from_inifile();
     /// @}
 
@@ -81,7 +84,7 @@ public:
     /// \retval NUV_NOERROR         `*grab` or `*com` is open, and recorded until it is closed
     /// \retval NUV_ERROR_NOT_FOUND no such camera is in use, its type has no back-end, or the
     ///                             address is null
-    /// \retval NUV_ERROR_NOMEMORY  not attached, or out of memory
+    /// \retval NUV_ERROR_NOMEMORY  not attached, out of memory, or the back-end threw
     /// \return else the back-end's code
     unsigned int open_grab_device_from_id(unsigned int id, CNuv_grab** grab);
     unsigned int open_com_device_from_id(unsigned int id, CNuv_com** com);
@@ -99,11 +102,14 @@ public:
     /// \return 0 when it runs; `NUV_ERROR_THREAD` when it can't be made, or not attached
     unsigned int start_scan_thread();
     unsigned int start_time_thread();
-    /// Stops both; returns when they have ended, within the running pass plus a few milliseconds.
+    /// Stops both; returns when they have ended, within the running pass plus a few milliseconds. A
+    /// pass that still waits for `sem_update` gives up after two seconds.
     /// Controlling thread. \return always 0
     unsigned int stop_threads();
     /// Asks one back-end for an update at once, on the calling thread, with no lock taken and
-    /// whatever its options say. \return the back-end's code; `NUV_ERROR_NOT_FOUND` without one
+    /// whatever its options say. Any thread, not during `Close`.
+    /// \return the back-end's code; `NUV_ERROR_NOT_FOUND` without one; `NUV_ERROR_NOMEMORY` when it
+    ///         threw
     unsigned int scan_interface(unsigned int iftype);
     /// Bodies of the threads; the start operations run them.
     void scan_interfaces_thread();
@@ -145,8 +151,8 @@ public:
 private:
     friend class nuv::Update_hold;
     /// When closing what was left open no longer waits for `sem_update`.
-    std::chrono::steady_clock::time_point shutdown_due =
-        std::chrono::steady_clock::time_point::max();
+    std::atomic<std::chrono::steady_clock::time_point> shutdown_due{
+        std::chrono::steady_clock::time_point::max()};
     std::atomic<int> threads_alive{0};  ///< threads that have not written their last line yet
     int threads_process = 0;            ///< the process that started them; a forked child has none
 };

@@ -1,4 +1,4 @@
-// The base class of every interface back-end. docs/writing-a-backend.md shows how to derive one.
+// The base class of every interface back-end. kit/backends/ shows how to derive one.
 #pragma once
 
 #include <nuv/device.h>
@@ -58,8 +58,8 @@ public:
     /// Any thread, unless it says otherwise.
     /// @{
 
-    /// Stores `log` and writes its level bits to it; null is stored and nothing is written. The
-    /// registry manager keeps its own log. Controlling thread.
+    /// Stores `log`, and writes a line with its level bits where `writelogb` would; null is stored
+    /// and nothing is written. The registry manager keeps its own log. Controlling thread.
     void SetLog(CNuv_Log* log);
     /// Replaces the general bits of this object alone. \return always 0
     int set_general_bits(unsigned int bits);

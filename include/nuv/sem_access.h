@@ -35,11 +35,13 @@ public:
     void set_general_bits(unsigned int bits);
 
     /// Acquires the semaphore, or one more nesting level when the calling thread is the holder.
-    /// Blocks until the semaphore is free; goes on waiting after a signal. Any thread.
+    /// Blocks until the semaphore is free; goes on waiting after a signal. A manager's wrapper also
+    /// frees a semaphore whose holder has died: docs/robustness.md. Any thread.
     /// \return 0, or -1 when the system refuses the wait; nothing is held then.
     int wait();
 
-    /// Takes the semaphore if it is free, without making the caller its holder. Any thread.
+    /// Takes the semaphore if it is free, without making the caller its holder: to others it looks
+    /// like a dead one. Any thread.
     /// \return what `sem_trywait` returns; `errno` says why it is -1.
     int trywait();
 

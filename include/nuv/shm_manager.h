@@ -25,6 +25,9 @@ class Attempt;
 /// the caller's. Call it while holding `sem_rw` through this object's own `sema_rw`, or not at
 /// all; holding it through another manager's wrapper blocks for good. Not attached, it answers
 /// `NUV_ERROR_NOMEMORY` and touches neither the region nor the caller's data.
+///
+/// A forked child's copy is not attached, and stays so: `Initialize` answers `NUV_ERROR_INIT`
+/// there. The child makes a manager of its own.
 class NUV_EXPORT CNuv_shm_manager {
 public:
     CNuv_shm_manager();
@@ -64,8 +67,8 @@ public:
     /// \retval NUV_ERROR_NOMEMORY a step failed; the object is as before and may try again
     unsigned int Initialize();
     /// The two ways of `Initialize`, which alone marks the object as initialised. `create_shm`
-    /// attaches when the registry is alive; `open_shm` never creates it. Results as above;
-    /// `NUV_NOERROR` at once when attached already.
+    /// attaches when the registry is alive; `open_shm` fails when there is none, and builds it
+    /// where its file is too short. Results as above; `NUV_NOERROR` at once when attached already.
     unsigned int create_shm();
     unsigned int open_shm();
     /// Counts out and detaches; the last one removes the region. Nothing happens when the object

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 
 namespace nuvkit {
 namespace {
@@ -125,7 +126,7 @@ unsigned int Backend::State::close(const void* handle, const char* operation) {
         owner.writelogb(NUV_LOG_ERROR, "%s: handle %p is not open", operation, handle);
         return NUV_BACKEND_BAD_HANDLE;
     }
-    const unsigned int code = source->close(device->kind, device->key);
+    const unsigned int code = close_source(*device);
     if (code != NUV_NOERROR) {
         owner.writelogb(NUV_LOG_ERROR, "%s: handle %p failed 0x%x", operation, handle, code);
         const std::lock_guard lock(mutex);
@@ -135,6 +136,13 @@ unsigned int Backend::State::close(const void* handle, const char* operation) {
     owner.writelogb(NUV_LOG_TRACE, "%s: handle %p closed", operation, handle);
     forget(device);
     return NUV_NOERROR;
+}
+
+// A source that runs out of memory has not closed: the handle may be closed again.
+unsigned int Backend::State::close_source(const Open_device& device) try {
+    return source->close(device.kind, device.key);
+} catch (const std::bad_alloc&) {
+    return NUV_ERROR_NOMEMORY;
 }
 
 void Backend::State::forget(Open_devices::iterator device) {

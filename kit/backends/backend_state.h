@@ -63,6 +63,7 @@ private:
 
     unsigned int choose(unsigned int serialnumber, Device_kind kind, NUV_Device& entry);
     unsigned int record(const NUV_Device& chosen, Open_devices& node);
+    unsigned int close_source(const Open_device& device);
     void forget(Open_devices::iterator device);
 
     void apply(Registry_hold& hold, Scan& scan);

@@ -22,6 +22,12 @@ class Camera_source;
 /// A back-end over any source of cameras. Keeps one registry entry for each camera that the source
 /// sees, counts itself among its type's users, marks a camera as open and by whom, refuses one that
 /// is in use, and frees at a scan what a dead process left open.
+///
+/// The operations are those of the base class; any thread may call them. Beside the source's own
+/// codes they answer `NUV_ERROR_NOMEMORY` when not attached, out of memory or with a full device
+/// list; an open also `NUV_ERROR_NOT_FOUND`, `NUV_BACKEND_UNPLUGGED` or `NUV_BACKEND_BUSY`; open
+/// and close `NUV_BACKEND_BAD_HANDLE`. The destructor closes what is open, and deletes the type's
+/// entries when nobody else uses the type.
 class NUV_EXPORT Backend : public CNuv_interface {
 public:
     Backend(CNuv_Log* log, unsigned int general_bits, unsigned short iftype,
