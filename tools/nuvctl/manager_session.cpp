@@ -1,6 +1,5 @@
 #include "manager_session.h"
 
-#include "private_config.h"
 #include "registry_view.h"
 #include "result_text.h"
 
@@ -9,17 +8,11 @@
 
 #include <iostream>
 #include <memory>
-#include <optional>
 
 namespace nuvctl {
 namespace {
 
-Exit start(const std::string& config) {
-    // Read once, while starting: nothing needs to be left for the end.
-    std::optional<Private_config> private_config;
-    if (!config.empty()) {
-        private_config.emplace(config);
-    }
+Exit start() {
     nuv_dev_manager = std::make_unique<CNuv_device_manager>();
     const unsigned int code = nuv_dev_manager->Initialize();
     if (code == NUV_NOERROR) {
@@ -35,9 +28,12 @@ Exit start(const std::string& config) {
 
 }  // namespace
 
-Manager_session::Manager_session(const std::string& config) : result(Exit::failure) {
+Manager_session::Manager_session(const std::string& config) {
     try {
-        result = start(config);
+        if (!config.empty()) {
+            configuration.emplace(config);
+        }
+        result = start();
     } catch (const std::exception& error) {
         std::cerr << "nuvctl: the device manager cannot start: " << error.what() << '\n';
     }

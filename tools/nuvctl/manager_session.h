@@ -2,7 +2,9 @@
 #pragma once
 
 #include "exit_code.h"
+#include "private_config.h"
 
+#include <optional>
 #include <string>
 
 namespace nuvctl {
@@ -24,7 +26,9 @@ public:
     int registry() const;
 
 private:
-    Exit result;
+    /// As long as the manager: its folder stays in the search path, and is to stay ours there.
+    std::optional<Private_config> configuration;
+    Exit result = Exit::failure;
 };
 
 }  // namespace nuvctl
