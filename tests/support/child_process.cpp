@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <system_error>
 #include <utility>
@@ -16,6 +17,10 @@ namespace nuv_test {
 namespace {
 
 constexpr char ROLE_ARGUMENT[] = "--role";
+
+// Found before main enters its mount namespace: the link then still names a file of the old one,
+// beside which the dynamic linker may find no libraries.
+const std::string own_path = std::filesystem::read_symlink("/proc/self/exe").string();
 
 std::map<std::string, Role>& roles() {
     static std::map<std::string, Role> all;
@@ -86,7 +91,7 @@ Child::Child(const std::vector<std::string>& command) {
 }
 
 Child Child::in_role(const std::string& role, const std::vector<std::string>& arguments) {
-    std::vector<std::string> command{"/proc/self/exe", ROLE_ARGUMENT, role};
+    std::vector<std::string> command{own_path, ROLE_ARGUMENT, role};
     command.insert(command.end(), arguments.begin(), arguments.end());
     return Child(command);
 }
