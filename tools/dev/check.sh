@@ -43,6 +43,12 @@ gate_tsan() {
     build tsan && setarch --addr-no-randomize ctest --preset tsan
 }
 
+gate_fuzzers() {
+    local seconds=20
+    [ -z "$long" ] || seconds=300
+    build fuzz && tests/fuzz/run.sh build/fuzz "$seconds"
+}
+
 # gate NAME FAILURE: runs gate_NAME, its output in build/check/NAME.log; says FAILURE when it fails.
 gate() {
     local name=$1 failure=$2 log=build/check/$1.log started=$SECONDS
@@ -76,6 +82,8 @@ check() {
     gate cppcheck "cppcheck found fault with the sources."
     gate asan "A test fails, or is unclean, under the address and undefined-behaviour sanitizers."
     gate tsan "A test fails, or races, under the thread sanitizer."
+    gate fuzzers "Some input makes the library or the tool crash, hang or answer wrongly."
+    grep '^fuzz:' build/check/fuzzers.log || true
     if [ -n "$long" ]; then
         . tools/dev/long_runs.sh
         long_gates

@@ -1,0 +1,108 @@
+#include "fuzz/region_bytes.h"
+
+#include "fuzz/fuzz_world.h"
+#include "registry/region.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <string_view>
+#include <vector>
+
+namespace nuv_fuzz {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+unsigned char* bytes_of(NUV_Devlist_Shm& region) {
+    return reinterpret_cast<unsigned char*>(&region);
+}
+
+/// The same bytes again and again, so that a short input reaches every entry.
+void repeat(NUV_Devlist_Shm& region, const Bytes& pattern) {
+    for (std::size_t at = 0; !pattern.empty() && at < NUV_SHM_SIZE; at += pattern.size()) {
+        std::copy_n(pattern.begin(), std::min(pattern.size(), NUV_SHM_SIZE - at),
+                    bytes_of(region) + at);
+    }
+}
+
+void patch(NUV_Devlist_Shm& region, FuzzedDataProvider& input) {
+    const auto at = input.ConsumeIntegralInRange<std::size_t>(0, NUV_SHM_SIZE - 1);
+    const Bytes piece = input.ConsumeBytes<std::uint8_t>(
+        input.ConsumeIntegralInRange<std::size_t>(1, sizeof(NUV_Device)));
+    std::copy_n(piece.begin(), std::min(piece.size(), NUV_SHM_SIZE - at), bytes_of(region) + at);
+}
+
+/// Any counters are seldom those of a semaphore that is held.
+void take_semaphores(NUV_Devlist_Shm& region, FuzzedDataProvider& input) {
+    for (sem_t* const semaphore : {nuv::sem_rw_of(&region), nuv::sem_update_of(&region)}) {
+        if (input.ConsumeBool()) {
+            std::memset(semaphore, 0, sizeof(int));
+        }
+    }
+}
+
+void choose_time_stamp(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licence licence) {
+    if (licence == Licence::any_semaphores) {
+        nuv::store_time_stamp(&region, 1);  // or a wait would last
+    } else if (input.ConsumeBool()) {
+        nuv::store_time_stamp(&region, nuv::wall_clock_seconds());
+    }
+}
+
+}  // namespace
+
+Licence licence_of(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::size_t number = std::hash<std::string_view>()(text) % 1024;
+    constexpr std::size_t with_semaphores = 16;
+    if (number < with_semaphores) {
+        return Licence::any_semaphores;
+    }
+    switch (number) {
+        case with_semaphores:
+            return Licence::any_version;
+        case with_semaphores + 1:
+            return Licence::any_size;
+        default:
+            return Licence::none;
+    }
+}
+
+void distort(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licence licence) {
+    if (input.ConsumeBool()) {
+        constexpr std::size_t longest_pattern = 4 * sizeof(NUV_Device);
+        repeat(region, input.ConsumeBytes<std::uint8_t>(
+                           input.ConsumeIntegralInRange<std::size_t>(0, longest_pattern)));
+    }
+    for (int left = input.ConsumeIntegralInRange(0, 8); left > 0; --left) {
+        patch(region, input);
+    }
+    choose_time_stamp(region, input, licence);
+    if (licence != Licence::any_version) {
+        region.struct_version = NUV_SHM_VERSION;
+    }
+    if (licence == Licence::any_semaphores) {
+        take_semaphores(region, input);
+    } else {
+        sem_init(nuv::sem_rw_of(&region), 1, input.ConsumeIntegralInRange(1U, 3U));
+        sem_init(nuv::sem_update_of(&region), 1, input.ConsumeIntegralInRange(1U, 3U));
+    }
+}
+
+void write_region_file(const NUV_Devlist_Shm& bytes, std::size_t size) {
+    const int file = shm_open(NUV_SHM_NAME, O_RDWR | O_CREAT | O_TRUNC, 0600);
+    require(file >= 0 && write(file, &bytes, size) == static_cast<ssize_t>(size),
+            "the region's file can be written");
+    close(file);
+}
+
+void remove_region_file() {
+    shm_unlink(NUV_SHM_NAME);
+}
+
+}  // namespace nuv_fuzz

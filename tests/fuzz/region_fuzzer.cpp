@@ -1,0 +1,116 @@
+// Any bytes in the region, before or after managers attach to it, and every operation on them.
+#include "fuzz/fuzz_world.h"
+#include "fuzz/onlooker.h"
+#include "fuzz/region_bytes.h"
+#include "fuzz/region_operations.h"
+#include "support/private_world.h"
+
+#include <nuvkit/interface_gige.h>
+#include <nuvkit/interface_usb3.h>
+#include <nuvkit/log.h>
+
+#include <memory>
+
+namespace {
+
+using nuv_fuzz::Licence;
+
+constexpr unsigned int all_log_bits = 0xF0000000;
+
+constexpr char inventory[] =
+    "[left]\ninterface=USB3\nserial=1\n"
+    "[right]\ninterface=USB3\nserial=2\nname=Right\n"
+    "[refuses]\ninterface=USB3\nserial=3\nopen_result=5\n"
+    "[stays open]\ninterface=GIGE\nserial=1\nclose_result=6\n"
+    "[unplugged]\ninterface=GIGE\nserial=5\nplugged=no\n";
+
+/// All who are attached to the region.
+struct Users {
+    explicit Users(CNuv_Log* log)
+        : manager(log, all_log_bits),
+          attached(attach(manager)),
+          usb3(log, all_log_bits),
+          gige(log, all_log_bits),
+          plain(log, all_log_bits) {
+        usb3.initialize();
+        gige.initialize();
+    }
+
+    static unsigned int attach(CNuv_shm_manager& manager) {
+        manager.set_difftime(4);
+        return manager.Initialize();
+    }
+
+    CNuv_shm_manager manager;
+    const unsigned int attached;
+    CNuv_interface_usb3 usb3;
+    CNuv_interface_gige gige;
+    nuv_fuzz::Plain_interface plain;
+};
+
+/// A registry in use: cameras of two types, one of them open.
+NUV_Devlist_Shm registry_in_use(CNuv_Log* log) {
+    Users users(log);
+    CNuv_grab* grab = nullptr;
+    users.usb3.open_grab_device(1, &grab);
+    nuv_fuzz::require(grab != nullptr && users.manager.devlist_shm->nuvdevice[3].id == 4,
+                      "the bench cameras are in the registry");
+    return *users.manager.devlist_shm;
+}
+
+struct World {
+    const std::unique_ptr<CNuv_Log> log = nuv_fuzz::make_log();
+    const NUV_Devlist_Shm in_use = registry_in_use(log.get());
+    nuv_fuzz::Onlooker onlooker{in_use};
+};
+
+World& world() {
+    static World made;
+    return made;
+}
+
+void leave_a_file(FuzzedDataProvider& input, Licence licence) {
+    NUV_Devlist_Shm bytes = world().in_use;
+    nuv_fuzz::distort(bytes, input, licence);
+    const std::size_t size = licence == Licence::any_size
+                                 ? input.ConsumeIntegralInRange<std::size_t>(0, NUV_SHM_SIZE)
+                                 : NUV_SHM_SIZE;
+    nuv_fuzz::write_region_file(bytes, size);
+    if (licence != Licence::none) {
+        world().onlooker.look(input);
+    }
+}
+
+void run_everything(Users& users, FuzzedDataProvider& input) {
+    nuv_fuzz::look_up(users.manager, input);
+    nuv_fuzz::change(users.manager, input);
+    nuv_fuzz::use_cameras(users.usb3, input);
+    nuv_fuzz::use_cameras(users.gige, input);
+    nuv_fuzz::delete_devices(users.plain, input);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** argv) {
+    nuv_fuzz::enter_world(*argv);
+    nuv_test::write_ini("nuv_cameras", inventory);
+    world();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const Licence licence = nuv_fuzz::licence_of(data, size);
+    FuzzedDataProvider input(data, size);
+    nuv_fuzz::remove_region_file();
+    if (input.ConsumeBool()) {
+        leave_a_file(input, licence);
+    }
+    Users users(world().log.get());
+    run_everything(users, input);
+    if (users.manager.devlist_shm != nullptr) {
+        nuv_fuzz::distort(*users.manager.devlist_shm, input, licence);
+        world().onlooker.look(input);
+        run_everything(users, input);
+    }
+    return 0;
+}

@@ -1,0 +1,132 @@
+#include "fuzz/region_operations.h"
+
+#include "fuzz/fuzz_world.h"
+#include "tools/nuvctl/registry_view.h"
+
+#include <nuv/bits.h>
+#include <nuv/result.h>
+
+#include <nuvkit/com.h>
+#include <nuvkit/grab.h>
+
+#include <algorithm>
+
+namespace nuv_fuzz {
+namespace {
+
+/// One time in eight, and not when the input has ended.
+bool is_chosen(FuzzedDataProvider& input) {
+    return input.ConsumeIntegralInRange(0, 7) == 7;
+}
+
+/// A record to ask for: often one that is in the list.
+NUV_Device choose_device(CNuv_shm_manager& manager, FuzzedDataProvider& input) {
+    NUV_Device device{};
+    const int index = input.ConsumeIntegralInRange(-1, NUV_DEVICE_COUNT);
+    if (manager.get_nuvdevice_listentry(index, device) != NUV_NOERROR) {
+        input.ConsumeData(&device, sizeof device);
+    }
+    return device;
+}
+
+void copy_names(CNuv_shm_manager& manager, NUV_Device& device) {
+    char name[NUV_NAME_SIZE];
+    std::copy(std::begin(device.cameraname), std::end(device.cameraname), name);
+    manager.update_cameraname_of_nuvdevice_from_serialnumber(device.serialnumber, name);
+    manager.update_interfacename_of_nuvdevice_from_serialnumber(device.serialnumber, name);
+}
+
+void use_semaphore(CNuv_sem_access* access) {
+    if (access != nullptr && nuvctl::value_of(*access->sem) > 0) {
+        access->wait();
+        access->wait();
+        access->post();
+        access->post();
+    }
+}
+
+void use_grabber(CNuv_interface& backend, unsigned int serialnumber, bool leave_open) {
+    CNuv_grab* grab = nullptr;
+    if (backend.open_grab_device(serialnumber, &grab) == NUV_NOERROR) {
+        require(grab != nullptr && grab->serialnumber == serialnumber, "the grabber asked for");
+        if (!leave_open) {
+            backend.close_grab_device(grab);
+        }
+    }
+}
+
+void use_communication(CNuv_interface& backend, unsigned int serialnumber, bool leave_open) {
+    CNuv_com* com = nullptr;
+    if (backend.open_com_device(serialnumber, &com) == NUV_NOERROR) {
+        require(com != nullptr && com->serialnumber == serialnumber, "the device asked for");
+        if (!leave_open) {
+            backend.close_com_device(com);
+        }
+    }
+}
+
+}  // namespace
+
+void look_up(CNuv_shm_manager& manager, FuzzedDataProvider& input) {
+    const NUV_Device device = choose_device(manager, input);
+    NUV_Device out{};
+    const unsigned int found = manager.get_nuvdevice_from_id(device.id, out);
+    require(found != NUV_NOERROR || out.id == device.id, "the id asked for");
+    manager.get_nuvdevice_from_serialnumber(device.serialnumber, out);
+    manager.get_nuvdevice_from_extendedinfo(device.extended_info, out);
+    manager.get_nuvdevice_unused(device.nuv_iftype, out);
+    manager.get_nuvdevice_unused(0, out);
+    manager.is_nuvdevice_in_devlist(device.nuv_iftype, device.serialnumber);
+    for (int mode = 0; mode <= 5; ++mode) {
+        int count = 0;
+        manager.get_nuvdevice_count(mode, count);
+        require(count >= 0 && count <= NUV_DEVICE_COUNT, "a count within the list");
+    }
+    std::vector<NUV_Device> list;
+    manager.get_devlist_if(device.nuv_iftype, list);
+    require(list.size() <= NUV_DEVICE_COUNT, "a list within the region");
+}
+
+void change(CNuv_shm_manager& manager, FuzzedDataProvider& input) {
+    NUV_Device device = choose_device(manager, input);
+    const auto bits = input.ConsumeIntegral<unsigned int>();
+    manager.add_status_bits_to_nuvdevice_from_serialnumber(device.serialnumber, bits);
+    manager.remove_status_bits_to_nuvdevice_from_serialnumber(device.serialnumber, ~bits);
+    copy_names(manager, device);
+    manager.set_extended_info(device.nuv_iftype, device.serialnumber, bits);
+    manager.set_nuvdevice_to_free_listentry(device);
+    unsigned int id = 0;
+    manager.get_next_id(id);
+    manager.increase_opencount(device.nuv_iftype);
+    manager.decrease_opencount(device.backend_word_a);
+    manager.decrease_opencount(device.nuv_iftype);
+    manager.time_stamp_timeout();
+    manager.update_time_stamp();
+    use_semaphore(manager.sema_rw.get());
+    use_semaphore(manager.sema_update.get());
+}
+
+void use_cameras(CNuv_interface& backend, FuzzedDataProvider& input) {
+    std::vector<NUV_Device> found;
+    backend.update_devices_in_shmlist();
+    backend.find_devices(found);
+    found.push_back(choose_device(*backend.shm_mgr, input));
+    for (const NUV_Device& device : found) {
+        use_grabber(backend, device.serialnumber, input.ConsumeBool());
+        use_communication(backend, device.serialnumber, input.ConsumeBool());
+    }
+    backend.update_devices_in_shmlist();
+}
+
+void delete_devices(CNuv_interface& backend, FuzzedDataProvider& input) {
+    backend.if_type = choose_device(*backend.shm_mgr, input).nuv_iftype;
+    // Seldom with a log: a list of equal entries makes 128 lines for each.
+    backend.set_general_bits(is_chosen(input) ? NUV_BIT_LOG_INTERFACE : 0);
+    backend.delete_devices_in_shmlist();
+    backend.shm_wait();
+    backend.shm_increase_opencount(backend.if_type);
+    backend.shm_decrease_opencount(backend.if_type);
+    backend.shm_post();
+}
+
+}  // namespace nuv_fuzz
