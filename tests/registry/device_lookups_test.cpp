@@ -141,5 +141,16 @@ TEST_F(Device_lookups, DevicesOfATypeAreAppended) {
     EXPECT_EQ(manager->is_nuvdevice_in_devlist(0x10008, 30), 0);
 }
 
+TEST_F(Device_lookups, ListStaysAsItWasWithoutMemory) {
+    list(device(1, 10));
+    std::vector<NUV_Device> devices(1, device(9, 90));
+    largest_allocation = 4096;
+    manager->get_devlist_if(8, devices);
+    largest_allocation = std::numeric_limits<std::size_t>::max();
+    EXPECT_EQ(devices.size(), 1U);
+    EXPECT_EQ(lines(), Lines{"M1 get_devlist_if: no memory for the list of devices"});
+    EXPECT_EQ(value_of(*manager->sema_rw), 1);
+}
+
 }  // namespace
 }  // namespace registry_test

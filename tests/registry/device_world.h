@@ -3,9 +3,13 @@
 
 #include "registry/registry_world.h"
 
+#include <atomic>
 #include <cstring>
 
 namespace registry_test {
+
+/// Larger pieces of memory are refused, to whoever asks.
+extern std::atomic<std::size_t> largest_allocation;
 
 inline NUV_Device device(unsigned int id, unsigned int serialnumber, std::uint16_t type = 8,
                          unsigned int status = NUV_STATUS_PRESENT) {

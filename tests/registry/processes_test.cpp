@@ -140,6 +140,7 @@ TEST_F(Processes, WaitersOutliveAKilledHolderAndKeepTheList) {
     EXPECT_EQ(waiter->sema_update->post(), 0);
     EXPECT_EQ(value_of(*waiter->sema_update), 1);
     set_time_stamp(time_stamp() - 60);
+    waiter->m_difftime = 1;
     record.clear();
     unsigned int id = 0;
     EXPECT_EQ(waiter->get_next_id(id), NUV_NOERROR);
