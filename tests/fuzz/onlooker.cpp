@@ -54,6 +54,7 @@ std::function<void()> verb(nuvctl::Action (*declare)(CLI::App&), const char* arg
 
 Onlooker::Onlooker(const NUV_Devlist_Shm& first_seen) : known(nuvctl::cameras_in(first_seen)) {
     setlocale(LC_CTYPE, "C.UTF-8");
+    verbs.push_back([] {});  // what an input that has ended chooses
     for (const auto declare : {nuvctl::declare_list, nuvctl::declare_status}) {
         verbs.push_back(verb(declare, ""));
         verbs.push_back(verb(declare, "--json"));
@@ -61,11 +62,16 @@ Onlooker::Onlooker(const NUV_Devlist_Shm& first_seen) : known(nuvctl::cameras_in
 }
 
 void Onlooker::look(FuzzedDataProvider& input) {
-    const auto choice = input.ConsumeIntegralInRange<std::size_t>(0, verbs.size());
+    constexpr std::size_t choices = 16;
+    const auto choice = input.ConsumeIntegralInRange<std::size_t>(0, choices - 1);
     if (choice < verbs.size()) {
         verbs[choice]();
-        return;
+    } else if (choice == verbs.size()) {
+        compare();
     }
+}
+
+void Onlooker::compare() const {
     const nuvctl::Registry_view view = nuvctl::look_at_registry();
     const std::vector<nuvctl::Camera> cameras =
         view.bytes ? nuvctl::cameras_in(*view.bytes) : std::vector<nuvctl::Camera>();

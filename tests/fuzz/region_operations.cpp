@@ -119,9 +119,11 @@ void use_cameras(CNuv_interface& backend, FuzzedDataProvider& input) {
 }
 
 void delete_devices(CNuv_interface& backend, FuzzedDataProvider& input) {
-    backend.if_type = choose_device(*backend.shm_mgr, input).nuv_iftype;
-    // Seldom with a log: a list of equal entries makes 128 lines for each.
-    backend.set_general_bits(is_chosen(input) ? NUV_BIT_LOG_INTERFACE : 0);
+    const NUV_Device device = choose_device(*backend.shm_mgr, input);
+    backend.if_type = device.nuv_iftype;
+    // Seldom with a log: each of many entries without an id makes 128 lines.
+    const bool listens = is_chosen(input) && device.id != 0;
+    backend.set_general_bits(listens ? NUV_BIT_LOG_INTERFACE : 0);
     backend.delete_devices_in_shmlist();
     backend.shm_wait();
     backend.shm_increase_opencount(backend.if_type);
