@@ -31,7 +31,7 @@ protected:
 TEST_F(Odd_file, FragmentBecomesARegionInPlace) {
     Lines opened = opening();
     opened.pop_back();
-    for (const std::size_t size : {0, 1, 100, 21463}) {
+    for (const std::size_t size : {0U, 1U, 100U, 21463U}) {
         SCOPED_TRACE(size);
         record.clear();
         write_file(size, 0x0101);
