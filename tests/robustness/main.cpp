@@ -21,6 +21,7 @@ constexpr Named_run runs[] = {
     {"storm", robustness::run_storm, "seconds"},
     {"stampede", robustness::run_stampede, "rounds"},
     {"slow", robustness::run_slow, "rounds"},
+    {"leaving", robustness::run_leaving, "rounds"},
     {"lost_sem_rw", robustness::run_lost_sem_rw, "rounds"},
     {"lost_sem_update", robustness::run_lost_sem_update, "rounds"},
     {"forks", robustness::run_forks, "rounds"},

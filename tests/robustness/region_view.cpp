@@ -41,6 +41,11 @@ private:
     int fd;
 };
 
+/// Of the last entry.
+constexpr std::size_t old_serialnumber = offsetof(NUV_Devlist_Shm, nuvdevice) +
+                                         (NUV_DEVICE_COUNT - 1) * sizeof(NUV_Device) +
+                                         offsetof(NUV_Device, serialnumber);
+
 int semaphore_value(std::size_t offset) {
     auto semaphore = File().read<sem_t>(offset);
     int value = -1;
@@ -79,6 +84,14 @@ void age_heartbeat(std::int64_t seconds) {
 
 void make_stale() {
     age_heartbeat(100000);
+}
+
+void add_old_camera() {
+    File().write<std::uint32_t>(old_serialnumber, 4711);
+}
+
+bool has_old_camera() {
+    return File().read<std::uint32_t>(old_serialnumber) != 0;
 }
 
 void remove_region_file() {

@@ -20,6 +20,9 @@ int sem_update_value();
 void age_heartbeat(std::int64_t seconds);
 /// As after long silence.
 void make_stale();
+/// An entry in the list, and whether it is still there.
+void add_old_camera();
+bool has_old_camera();
 void remove_region_file();
 void write_region_file(const std::string& bytes);
 

@@ -10,6 +10,7 @@ bool run_stampede(int rounds);
 bool run_slow(int rounds);
 bool run_lost_sem_rw(int rounds);
 bool run_lost_sem_update(int rounds);
+bool run_leaving(int rounds);
 bool run_forks(int rounds);
 bool run_stopping(int rounds);
 

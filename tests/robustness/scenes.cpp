@@ -48,6 +48,7 @@ void prepare_dead(Cast& cast) {
 /// Nobody is counted any more once somebody has cleared it.
 void prepare_stale(Cast& /*cast*/) {
     leave_dead_region();
+    add_old_camera();
     make_stale();
 }
 
@@ -56,6 +57,7 @@ void prepare_slow(Cast& cast) {
     cast.members.back().pause("a slow member");
     cast.members.back().process.signal(SIGSTOP);
     cast.members.back().process.wait_until_stopped_or_ended(machine_slack);
+    add_old_camera();
     make_stale();
 }
 

@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <semaphore.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -10,7 +11,10 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdarg>
+#include <cstdint>
+#include <thread>
 #include <utility>
 
 namespace robustness {
@@ -24,6 +28,7 @@ struct Counter {
 };
 
 thread_local Counter counter;
+std::atomic<std::int64_t> wait_delay{0};  // microseconds
 
 template <class Function>
 Function* next(const char* name) {
@@ -50,6 +55,10 @@ long stop_counting_steps() {
 
 void forget_steps() {
     counter.counting = false;
+}
+
+void delay_condition_waits(std::chrono::microseconds how_long) {
+    wait_delay = how_long.count();
 }
 
 void step() {
@@ -86,6 +95,16 @@ STEP_CALL(int, sem_post, (sem_t * sem) noexcept, (sem))
 STEP_CALL(int, sem_destroy, (sem_t * sem) noexcept, (sem))
 STEP_CALL(int, gettimeofday, (timeval * now, void* zone) noexcept, (now, zone))
 
+// Clearing the lists. Small ones are everybody's.
+extern "C" void* memset(void* bytes, int value, size_t size) noexcept {
+    constexpr size_t smallest_list = 100;
+    if (size > smallest_list) {
+        robustness::step();
+    }
+    static auto* const forward = robustness::next<void*(void*, int, size_t)>("memset");
+    return forward(bytes, value, size);
+}
+
 // Needed while libraries are still being set up, so without a search for the next one.
 
 extern "C" void* mmap(void* address, size_t length, int protection, int flags, int fd,
@@ -118,4 +137,16 @@ extern "C" int fcntl(int fd, int command, ...) {
     va_end(arguments);
     static auto* const forward = robustness::next<int(int, int, ...)>("fcntl");
     return forward(fd, command, argument);
+}
+
+extern "C" int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                      clockid_t clock, const timespec* until) {
+    const std::chrono::microseconds delay(robustness::wait_delay);
+    if (delay.count() > 0) {
+        std::this_thread::sleep_for(delay);
+    }
+    static auto* const forward =
+        robustness::next<int(pthread_cond_t*, pthread_mutex_t*, clockid_t, const timespec*)>(
+            "pthread_cond_clockwait");
+    return forward(condition, mutex, clock, until);
 }

@@ -5,6 +5,7 @@
 // shipped.
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace robustness {
@@ -18,6 +19,9 @@ void signal_before_step(long n, int signal);
 long stop_counting_steps();
 /// Ends what was asked for, as after a fork.
 void forget_steps();
+
+/// From now on, whoever is about to wait on a condition variable is late for it by so much.
+void delay_condition_waits(std::chrono::microseconds how_long);
 
 /// One step; called by the interposed calls and by the log.
 void step();

@@ -177,6 +177,9 @@ private:
                 fail("a member is attached to another region than the newcomer");
             }
         }
+        if (has_old_camera()) {
+            fail("a clear that was cut short has left a camera in the list");
+        }
     }
 
     void check_semaphores() {

@@ -1,6 +1,7 @@
 // Stopping the threads at any moment, with a scan period of an hour.
 #include "process.h"
 #include "runs.h"
+#include "step_calls.h"
 #include "support/private_world.h"
 
 #include <nuv/device_manager.h>
@@ -27,11 +28,11 @@ bool run_stopping(int rounds) {
     std::chrono::microseconds slowest{0};
     int late = 0;
     for (int round = 0; round < count; ++round) {
+        // Every second time, a notification that comes in the first milliseconds meets no waiter.
+        delay_condition_waits(milliseconds(round % 2 == 0 ? 0 : 5));
         manager.start_scan_thread();
         manager.start_time_thread();
-        // Every fourth at once: that is where a notification meets no waiter.
-        std::this_thread::sleep_for(
-            std::chrono::microseconds(round % 4 == 0 ? moment(random) / 200 : moment(random)));
+        std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
         const auto start = Clock::now();
         manager.stop_threads();
         const auto took =

@@ -51,7 +51,7 @@ public:
             look_after_all();
             if (kills && Clock::now() >= next_kill) {
                 next_kill = Clock::now() + milliseconds(roll(400));
-                kill(roll(workers - 1));
+                kill(roll(19) == 0 ? holder_of_sem_rw() : roll(workers - 1));
             }
             if (Clock::now() >= next_stop) {
                 next_stop = Clock::now() + milliseconds(roll(300));
@@ -101,6 +101,7 @@ private:
         Worker_slot& self = slot(number);
         self.inode = 0;
         self.in_list = false;
+        self.lingers = false;
         self.parked = false;
         self.stopped = false;
         self.doomed = false;
@@ -114,6 +115,21 @@ private:
         self.pid = process(number).pid();
         stop_of(number).active = false;
         progress_at[static_cast<std::size_t>(number)] = Clock::now();
+    }
+
+    /// One that changes the list and so holds `sem_rw`, if one comes by.
+    int holder_of_sem_rw() {
+        board->holder_wanted = true;
+        int holder = 0;
+        wait_for(milliseconds(200), [&] {
+            Worker_slot* const end = std::begin(board->workers) + workers;
+            const Worker_slot* const found =
+                std::find_if(std::begin(board->workers), end,
+                             [](const Worker_slot& worker) { return worker.lingers.load(); });
+            holder = static_cast<int>(found - std::begin(board->workers)) % workers;
+            return found != end;
+        });
+        return holder;
     }
 
     void kill(int number) {

@@ -78,6 +78,11 @@ void take_id(Storm_board& board, Worker_slot& self, CNuv_shm_manager& manager) {
     board.last_id = id;
     board.clears_at_last_id = clears;
     board.region_of_last_id = region;
+    if (board.holder_wanted.exchange(false)) {
+        self.lingers = true;
+        std::this_thread::sleep_for(milliseconds(50));
+        self.lingers = false;
+    }
     self.in_list = false;
     manager.sema_rw->post();
     ++board.ids;

@@ -20,6 +20,7 @@ struct Worker_slot {
     std::atomic<ino_t> inode{
         0};  ///< the region it is attached to, from one return to the next call
     std::atomic<bool> in_list{false};  ///< holds `sem_rw` to change the list
+    std::atomic<bool> lingers{false};  ///< does so for a while
     std::atomic<bool> doomed{false};
     std::atomic<bool> stopped{false};
     std::atomic<bool> parked{false};
@@ -31,6 +32,7 @@ struct Storm_board {
     Worker_slot workers[most_workers];
     std::atomic<bool> park{false};
     std::atomic<bool> quit{false};
+    std::atomic<bool> holder_wanted{false};     ///< the next one to change the list takes its time
     std::atomic<std::int64_t> last_stop_ms{0};  ///< when the driver stopped anybody
 
     std::atomic<long> attaches{0};
