@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,14 +17,14 @@ namespace {
 
 constexpr int region_size = static_cast<int>(NUV_SHM_SIZE);
 
-bool open_new(Attempt& attempt) {
-    if (!attempt.open(O_RDWR | O_CREAT)) {
-        attempt.log_open_failure(errno);
-        return false;
+/// A kernel that protects regular files in folders like /dev/shm refuses O_CREAT on another user's
+/// file, which may have come there since the probe.
+bool may_be_opened() {
+    const int probe = shm_open(NUV_SHM_NAME, O_RDWR, 0);
+    if (probe >= 0) {
+        close(probe);
     }
-    NUV_LOG(attempt.manager, NUV_LOG_TRACE, "%s: CreateFileMapping %s size %d done hMem %d",
-            attempt.op(), NUV_SHM_NAME, region_size, attempt.held->fd());
-    return true;
+    return probe >= 0;
 }
 
 void give_to_group_video(Attempt& attempt) {
@@ -167,9 +168,16 @@ Outcome try_create(CNuv_shm_manager& manager, Deadline deadline) {
         return Outcome::attached;
     }
     Attempt attempt(manager, Path::create);
-    if (!open_new(attempt)) {
+    if (!attempt.open(O_RDWR | O_CREAT)) {
+        const int error = errno;
+        if (error == EACCES && may_be_opened()) {
+            return attempt.start_over(deadline);
+        }
+        attempt.log_open_failure(error);
         return Outcome::failed;
     }
+    NUV_LOG(manager, NUV_LOG_TRACE, "%s: CreateFileMapping %s size %d done hMem %d", attempt.op(),
+            NUV_SHM_NAME, region_size, attempt.held->fd());
     if (!attempt.gate.acquire(deadline)) {
         return attempt.give_up();
     }
