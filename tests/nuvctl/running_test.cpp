@@ -147,9 +147,9 @@ TEST_F(Running, ConfigFileReplacesTheOneThatWouldBeFound) {
     Child manager = start({"run", "--config", config});
     EXPECT_EQ(manager.read_line(),
               "device manager " + std::to_string(manager.pid()) + " is running, interfaces: GIGE");
-    EXPECT_EQ(folders(), 0);
     expect_line(manager, {"appeared", "202"});
     expect_orderly_end(manager, SIGTERM);
+    EXPECT_EQ(folders(), 0);
     EXPECT_EQ(run_tool({"run", "--config", config_folder()}).code, 2);
 }
 
