@@ -25,6 +25,7 @@ void close_left_open(CNuv_device_manager& manager, const char* op,
                      std::unordered_map<Handle*, std::uint16_t>& list,
                      unsigned int (CNuv_device_manager::*close)(Handle*)) {
     try {
+        // Closing changes the list. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
         const std::unordered_map<Handle*, std::uint16_t> left_open = list;
         for (const auto& [handle, iftype] : left_open) {
             (manager.*close)(handle);

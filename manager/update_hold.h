@@ -19,7 +19,7 @@ public:
                 Worth_waiting asked = until_shutdown_is_due);
     Update_hold(const Update_hold&) = delete;
     Update_hold& operator=(const Update_hold&) = delete;
-    ~Update_hold() { release(); }
+    ~Update_hold() override { release(); }
 
     /// False when the wait was ended or refused.
     bool is_acquired() const { return acquired; }

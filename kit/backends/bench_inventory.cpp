@@ -233,7 +233,7 @@ Bench_inventory parse_bench_inventory(std::string_view text) {
     Bench_inventory inventory;
     CSimpleIniA ini;
     if (ini.LoadData(text.data(), text.size()) < 0) {
-        inventory.remarks.push_back("is no INI text");
+        inventory.remarks.emplace_back("is no INI text");
         return inventory;
     }
     CSimpleIniA::TNamesDepend sections;

@@ -22,7 +22,7 @@ std::vector<std::string> folders() {
         found.push_back(folder);
     }
     found.push_back(user_folder("XDG_CONFIG_HOME", ".config"));
-    found.push_back("/etc/nuv");
+    found.emplace_back("/etc/nuv");
     return found;
 }
 
@@ -47,7 +47,7 @@ std::string find_ini_file(const std::string& name) {
         return "";
     }
     for (const std::string& folder : folders()) {
-        const std::string path = folder + "/" + name + ".ini";
+        std::string path = folder + "/" + name + ".ini";
         if (!folder.empty() && exists(path)) {
             return path;
         }
