@@ -9,6 +9,10 @@
 #include <nuvkit/interface_usb3.h>
 #include <nuvkit/log.h>
 
+#include <sanitizer/asan_interface.h>
+#include <unistd.h>
+
+#include <array>
 #include <memory>
 
 namespace {
@@ -24,25 +28,54 @@ constexpr char inventory[] =
     "[stays open]\ninterface=GIGE\nserial=1\nclose_result=6\n"
     "[unplugged]\ninterface=GIGE\nserial=5\nplugged=no\n";
 
+/// Whoever reads on behind the region is seen, as behind any other object.
+void fence(const CNuv_shm_manager& manager, bool set) {
+    if (manager.devlist_shm == nullptr) {
+        return;
+    }
+    const auto page = static_cast<std::size_t>(getpagesize());
+    const std::size_t rest = page - NUV_SHM_SIZE % page;
+    const void* const end = manager.devlist_shm + 1;
+    if (set) {
+        ASAN_POISON_MEMORY_REGION(end, rest);
+    } else {
+        ASAN_UNPOISON_MEMORY_REGION(end, rest);
+    }
+}
+
+/// The one that comes first, so that a stale registry is cleared after 4 seconds.
+class First_manager : public CNuv_shm_manager {
+public:
+    explicit First_manager(CNuv_Log* log) : CNuv_shm_manager(log, all_log_bits) {
+        set_difftime(4);
+        Initialize();
+    }
+};
+
 /// All who are attached to the region.
 struct Users {
     explicit Users(CNuv_Log* log)
-        : manager(log, all_log_bits),
-          attached(attach(manager)),
-          usb3(log, all_log_bits),
-          gige(log, all_log_bits),
-          plain(log, all_log_bits) {
+        : manager(log), usb3(log, all_log_bits), gige(log, all_log_bits), plain(log, all_log_bits) {
         usb3.initialize();
         gige.initialize();
+        for (CNuv_shm_manager* const one : managers()) {
+            one->m_difftime = 0;  // or each of them would wait for a lost semaphore for so long
+            fence(*one, true);
+        }
+    }
+    Users(const Users&) = delete;
+    Users& operator=(const Users&) = delete;
+    ~Users() {
+        for (const CNuv_shm_manager* const one : managers()) {
+            fence(*one, false);
+        }
     }
 
-    static unsigned int attach(CNuv_shm_manager& manager) {
-        manager.set_difftime(4);
-        return manager.Initialize();
+    std::array<CNuv_shm_manager*, 4> managers() {
+        return {&manager, usb3.shm_mgr.get(), gige.shm_mgr.get(), plain.shm_mgr.get()};
     }
 
-    CNuv_shm_manager manager;
-    const unsigned int attached;
+    First_manager manager;
     CNuv_interface_usb3 usb3;
     CNuv_interface_gige gige;
     nuv_fuzz::Plain_interface plain;
