@@ -49,6 +49,10 @@ gate_fuzzers() {
     build fuzz && tests/fuzz/run.sh build/fuzz "$seconds"
 }
 
+gate_model() {
+    models/check
+}
+
 # gate NAME FAILURE: runs gate_NAME, its output in build/check/NAME.log; says FAILURE when it fails.
 gate() {
     local name=$1 failure=$2 log=build/check/$1.log started=$SECONDS
@@ -84,6 +88,8 @@ check() {
     gate tsan "A test fails, or races, under the thread sanitizer."
     gate fuzzers "Some input makes the library or the tool crash, hang or answer wrongly."
     grep '^fuzz:' build/check/fuzzers.log || true
+    gate model "The protocol of the region's life has an error, or a rule that nothing needs."
+    grep 'searches' build/check/model.log || true
     if [ -n "$long" ]; then
         . tools/dev/long_runs.sh
         long_gates

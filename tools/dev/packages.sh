@@ -19,6 +19,7 @@ packages_check=(
     clang-format      # the layout of the sources
     clang-tidy        # lint
     cppcheck          # lint
+    spin              # searches the model of the region's life; with gcc
 )
 
 missing_packages() {
