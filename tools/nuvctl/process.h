@@ -1,0 +1,32 @@
+// One process of this machine, as /proc shows it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace nuvctl {
+
+struct Process {
+    pid_t id = 0;
+    uid_t user = 0;                 ///< effective
+    std::string command;            ///< as it is, not made safe
+    std::uint64_t start_ticks = 0;  ///< clock ticks since boot
+    std::int64_t started = 0;       ///< wall-clock seconds
+    bool in_user_space = true;      ///< neither a thread of the kernel nor a zombie
+    bool shares_memory = true;      ///< has at least one page of shared memory in core
+};
+
+/// Nothing when it has ended, or is hidden.
+std::optional<Process> find_process(pid_t id);
+
+/// Every process that /proc lists, by ascending id.
+std::vector<pid_t> process_ids();
+
+/// Wall-clock seconds of a moment in clock ticks since boot.
+std::int64_t wall_clock(std::uint64_t ticks);
+
+}  // namespace nuvctl
