@@ -1,4 +1,4 @@
-// The base class of every interface back-end. kit/backends/ shows how to derive one.
+// The base class of every interface back-end. docs/writing-a-backend.md shows how to derive one.
 #pragma once
 
 #include <nuv/device.h>
