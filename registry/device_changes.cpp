@@ -10,17 +10,32 @@
 
 namespace {
 
-NUV_Device* find_serialnumber(NUV_Devlist_Shm& region, unsigned int serialnumber) {
-    const int index = nuv::find_entry(region, [serialnumber](const NUV_Device& entry) {
-        return entry.serialnumber == serialnumber;
-    });
-    return index >= 0 ? &region.nuvdevice[index] : nullptr;
-}
-
 /// Ends the caller's text within its 64 bytes, and copies all of them.
 void copy_name(char* destination, char* name) {
     name[NUV_NAME_SIZE - 1] = '\0';
     std::memcpy(destination, name, NUV_NAME_SIZE);
+}
+
+/// Lets `change` edit the first entry with that serial number, while `sem_rw` is held.
+template <class Change>
+unsigned int change_entry(CNuv_shm_manager& manager, unsigned int serialnumber, Change change) {
+    if (!nuv::is_attached(manager)) {
+        return NUV_ERROR_NOMEMORY;
+    }
+    const nuv::Sem_hold hold(*manager.sema_rw);
+    const int index = nuv::find_entry(*manager.devlist_shm, [=](const NUV_Device& entry) {
+        return entry.serialnumber == serialnumber;
+    });
+    if (index < 0) {
+        return NUV_ERROR_NOT_FOUND;
+    }
+    change(manager.devlist_shm->nuvdevice[index]);
+    return NUV_NOERROR;
+}
+
+/// A missing name is told only by who is attached.
+unsigned int refuse_null_name(const CNuv_shm_manager& manager) {
+    return nuv::is_attached(manager) ? NUV_ERROR_NOT_FOUND : NUV_ERROR_NOMEMORY;
 }
 
 }  // namespace
@@ -59,75 +74,47 @@ unsigned int CNuv_shm_manager::set_nuvdevice_to_free_listentry(NUV_Device device
 unsigned int CNuv_shm_manager::add_status_bits_to_nuvdevice_from_serialnumber(
     unsigned int serialnumber, unsigned int bits) {
     constexpr char op[] = "add_status_bits_to_nuvdevice_from_serialnumber";
-    if (!nuv::is_attached(*this)) {
-        return NUV_ERROR_NOMEMORY;
-    }
-    const nuv::Sem_hold hold(*sema_rw);
-    NUV_Device* const entry = find_serialnumber(*devlist_shm, serialnumber);
-    if (entry == nullptr) {
-        return NUV_ERROR_NOT_FOUND;
-    }
-    entry->status_bits |= bits;
-    NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d status bits 0x%x added", op,
-            entry->id, entry->serialnumber, bits);
-    return NUV_NOERROR;
+    return change_entry(*this, serialnumber, [&](NUV_Device& entry) {
+        entry.status_bits |= bits;
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d status bits 0x%x added", op,
+                entry.id, entry.serialnumber, bits);
+    });
 }
 
 unsigned int CNuv_shm_manager::remove_status_bits_to_nuvdevice_from_serialnumber(
     unsigned int serialnumber, unsigned int bits) {
     constexpr char op[] = "remove_status_bits_to_nuvdevice_from_serialnumber";
-    if (!nuv::is_attached(*this)) {
-        return NUV_ERROR_NOMEMORY;
-    }
-    const nuv::Sem_hold hold(*sema_rw);
-    NUV_Device* const entry = find_serialnumber(*devlist_shm, serialnumber);
-    if (entry == nullptr) {
-        return NUV_ERROR_NOT_FOUND;
-    }
-    entry->status_bits &= ~bits;
-    NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d status bits 0x%x removed", op,
-            entry->id, entry->serialnumber, bits);
-    return NUV_NOERROR;
+    return change_entry(*this, serialnumber, [&](NUV_Device& entry) {
+        entry.status_bits &= ~bits;
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d status bits 0x%x removed",
+                op, entry.id, entry.serialnumber, bits);
+    });
 }
 
 unsigned int CNuv_shm_manager::update_interfacename_of_nuvdevice_from_serialnumber(
     unsigned int serialnumber, char* name) {
     constexpr char op[] = "update_interfacename_of_nuvdevice_from_serialnumber";
-    if (!nuv::is_attached(*this)) {
-        return NUV_ERROR_NOMEMORY;
-    }
     if (name == nullptr) {
-        return NUV_ERROR_NOT_FOUND;
+        return refuse_null_name(*this);
     }
-    const nuv::Sem_hold hold(*sema_rw);
-    NUV_Device* const entry = find_serialnumber(*devlist_shm, serialnumber);
-    if (entry == nullptr) {
-        return NUV_ERROR_NOT_FOUND;
-    }
-    copy_name(entry->interfacename, name);
-    NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d new interfce name %s", op,
-            entry->id, entry->serialnumber, name);
-    return NUV_NOERROR;
+    return change_entry(*this, serialnumber, [&](NUV_Device& entry) {
+        copy_name(entry.interfacename, name);
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d new interfce name %s", op,
+                entry.id, entry.serialnumber, name);
+    });
 }
 
 unsigned int CNuv_shm_manager::update_cameraname_of_nuvdevice_from_serialnumber(
     unsigned int serialnumber, char* name) {
     constexpr char op[] = "update_cameraname_of_nuvdevice_from_serialnumber";
-    if (!nuv::is_attached(*this)) {
-        return NUV_ERROR_NOMEMORY;
-    }
     if (name == nullptr) {
-        return NUV_ERROR_NOT_FOUND;
+        return refuse_null_name(*this);
     }
-    const nuv::Sem_hold hold(*sema_rw);
-    NUV_Device* const entry = find_serialnumber(*devlist_shm, serialnumber);
-    if (entry == nullptr) {
-        return NUV_ERROR_NOT_FOUND;
-    }
-    copy_name(entry->cameraname, name);
-    NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d new camera name %s", op,
-            entry->id, entry->serialnumber, name);
-    return NUV_NOERROR;
+    return change_entry(*this, serialnumber, [&](NUV_Device& entry) {
+        copy_name(entry.cameraname, name);
+        NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d new camera name %s", op,
+                entry.id, entry.serialnumber, name);
+    });
 }
 
 void CNuv_shm_manager::set_extended_info(unsigned int iftype, unsigned int serialnumber,
