@@ -20,12 +20,6 @@ struct Tally {
     std::atomic<int> cases{0};
 };
 
-void keep_slowest(std::atomic<long>& slowest, milliseconds took) {
-    long before = slowest;
-    while (before < took.count() && !slowest.compare_exchange_weak(before, took.count())) {
-    }
-}
-
 /// Attaches, and holds `sem_rw` for so long or until it is killed.
 Process start_holder(milliseconds how_long) {
     Process holder([how_long] {
@@ -50,7 +44,7 @@ void lone_newcomer(Tally& tally) {
     start_holder(until_killed).kill();
     Member newcomer;
     newcomer.wait_until_attached(attach_bound + machine_slack, "a lone newcomer");
-    keep_slowest(tally.slowest_newcomer, newcomer.attach_time());
+    keep_slowest(tally.slowest_newcomer, newcomer.attach_time().count());
     newcomer.wait_until_left("a lone newcomer");
     if (region_exists()) {
         fail("a lone newcomer leaves the region behind");
@@ -63,8 +57,7 @@ void newcomers_that_give_up(Tally& tally) {
     for (int attempt = 1;; ++attempt) {
         Member newcomer;
         if (wait_for(tolerance, [&] { return newcomer.is_attached(); })) {
-            keep_slowest(tally.slowest_newcomer,
-                         std::chrono::duration_cast<milliseconds>(Clock::now() - start));
+            keep_slowest(tally.slowest_newcomer, milliseconds_since(start));
             newcomer.wait_until_left("a newcomer");
             break;
         }
@@ -101,8 +94,7 @@ int wait_for_camera(Waiting& board, Tally& tally, bool adds_camera) {
     const auto start = Clock::now();
     NUV_Device found{};
     const unsigned int result = manager->get_nuvdevice_from_serialnumber(serial, found);
-    keep_slowest(tally.slowest_waiter,
-                 std::chrono::duration_cast<milliseconds>(Clock::now() - start));
+    keep_slowest(tally.slowest_waiter, milliseconds_since(start));
     if (result != NUV_NOERROR) {
         fail("a camera is gone with the holder of sem_rw");
     }

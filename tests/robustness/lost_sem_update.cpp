@@ -48,17 +48,6 @@ struct Tally {
     std::atomic<long> slowest_shutdown{0};
 };
 
-void keep_slowest(std::atomic<long>& slowest, long took) {
-    long before = slowest;
-    while (before < took && !slowest.compare_exchange_weak(before, took)) {
-    }
-}
-
-long milliseconds_since(Clock::time_point start) {
-    return static_cast<long>(
-        std::chrono::duration_cast<milliseconds>(Clock::now() - start).count());
-}
-
 void configure() {
     nuv_test::write_ini("nuv_devicemgr",
                         "[INTERFACES]\nUSB=0\nME4=0\nCLHS_SISO=0\nCLHS_KAYA=0\nGIGE=0\n"

@@ -25,6 +25,17 @@ void fail(const char* format, ...) {
     throw Violation(text);
 }
 
+void keep_slowest(std::atomic<long>& slowest, long took) {
+    long before = slowest;
+    while (before < took && !slowest.compare_exchange_weak(before, took)) {
+    }
+}
+
+long milliseconds_since(Clock::time_point start) {
+    return static_cast<long>(
+        std::chrono::duration_cast<milliseconds>(Clock::now() - start).count());
+}
+
 Process::Process(const std::function<int()>& body) {
     const pid_t parent = getpid();
     id = fork();

@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <sys/types.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <new>
@@ -56,6 +57,10 @@ bool wait_for(milliseconds at_most, Condition holds) {
     }
     return true;
 }
+
+/// Raises a shared maximum.
+void keep_slowest(std::atomic<long>& slowest, long took);
+long milliseconds_since(Clock::time_point start);
 
 /// A forked process. It is killed when this object goes, and when its parent ends.
 class Process {

@@ -141,17 +141,13 @@ private:
 
     void see_newcomer_attached() {
         newcomer->wait_until_attached(attach_bound + machine_slack, "the newcomer");
-        const auto took = std::chrono::duration_cast<milliseconds>(Clock::now() - released);
         const int retries = newcomer->retries() - shut_out;
         if (retries > 1) {
             fail("the newcomer was refused %d times", retries);
         }
         tally.retries += retries;
         tally.clears += newcomer->answer() == NUV_DIFFTIME_OUT ? 1 : 0;
-        long slowest = tally.slowest;
-        while (slowest < took.count() &&
-               !tally.slowest.compare_exchange_weak(slowest, took.count())) {
-        }
+        keep_slowest(tally.slowest, milliseconds_since(released));
         cast.members.push_back(std::move(*newcomer));
     }
 
