@@ -1,4 +1,4 @@
-// The manager's INI file: one table of keys, one loop.
+// The manager's INI file: what each key of <nuvkit/config_keys.h> does here, and one loop.
 #define SI_NO_CONVERSION
 #define SI_IMPLEMENTATION
 #include "manager/listens.h"
@@ -7,6 +7,8 @@
 #include <nuv/device_manager.h>
 #include <nuv/result.h>
 
+#include <nuvkit/config_keys.h>
+#include <nuvkit/config_values.h>
 #include <nuvkit/ini.h>
 
 #include <SimpleIni.h>
@@ -14,75 +16,64 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <memory>
 
 namespace {
 
-struct Ini_key {
-    const char* section;
-    const char* name;
-    void (*apply)(CNuv_device_manager& manager, const Ini_key& key, const char* value);
+using nuvkit::Key;
+
+struct Key_action {
+    Key key;
+    void (*apply)(CNuv_device_manager& manager, const Key_action& action, const char* value);
     int iftype;           ///< whose option word an interface switch changes
     unsigned int bit;     ///< which a switch clears when it is on and sets when it is off
     const char* message;  ///< what the log says; of a switch, when it is on
     const char* off_message;
 };
 
-unsigned long read_number(const char* value) {
-    return std::strtoul(value, nullptr, 0);
-}
-
-bool read_switch(const char* value) {
-    if (std::strstr(value, "ena") != nullptr) {
-        return true;
-    }
-    return std::strstr(value, "dis") == nullptr && read_number(value) != 0;
-}
-
-void apply_switch(CNuv_device_manager& manager, const Ini_key& key, std::uint32_t& word,
+void apply_switch(CNuv_device_manager& manager, const Key_action& action, std::uint32_t& word,
                   const char* value) {
     constexpr char op[] = "get_parameter_from_inifile";
-    const bool on = read_switch(value);
+    const bool on = nuvkit::read_switch(value);
     if (on) {
-        nuv::relaxed_clear_bits(word, key.bit);
+        nuv::relaxed_clear_bits(word, action.bit);
     } else {
-        nuv::relaxed_set_bits(word, key.bit);
+        nuv::relaxed_set_bits(word, action.bit);
     }
-    NUV_LOG(manager, NUV_LOG_TRACE, on ? key.message : key.off_message, op);
+    NUV_LOG(manager, NUV_LOG_TRACE, on ? action.message : action.off_message, op);
 }
 
-void apply_interface_switch(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
-    apply_switch(manager, key, manager.interface_options[key.iftype], value);
+void apply_interface_switch(CNuv_device_manager& manager, const Key_action& action,
+                            const char* value) {
+    apply_switch(manager, action, manager.interface_options[action.iftype], value);
 }
 
-void apply_general_switch(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
-    apply_switch(manager, key, manager.m_general_bits, value);
+void apply_general_switch(CNuv_device_manager& manager, const Key_action& action,
+                          const char* value) {
+    apply_switch(manager, action, manager.m_general_bits, value);
 }
 
-void log_number(CNuv_device_manager& manager, const Ini_key& key, unsigned long value) {
+void log_number(CNuv_device_manager& manager, const Key_action& action, unsigned long value) {
     constexpr char op[] = "get_parameter_from_inifile";
-    NUV_LOG(manager, NUV_LOG_TRACE, key.message, op, static_cast<int>(value));
+    NUV_LOG(manager, NUV_LOG_TRACE, action.message, op, static_cast<int>(value));
 }
 
-void apply_general_bits(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
-    const auto bits = static_cast<std::uint32_t>(read_number(value));
+void apply_general_bits(CNuv_device_manager& manager, const Key_action& action, const char* value) {
+    const auto bits = static_cast<std::uint32_t>(nuvkit::read_number(value));
     nuv::relaxed_store(manager.m_general_bits, bits);
-    log_number(manager, key, bits);
+    log_number(manager, action, bits);
 }
 
-void apply_scantime(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
-    constexpr unsigned long least = 500;
-    constexpr unsigned long most = 3600000;
-    nuv::relaxed_store(manager.scantime,
-                       static_cast<std::uint32_t>(std::clamp(read_number(value), least, most)));
-    log_number(manager, key, manager.scantime);
+void apply_scantime(CNuv_device_manager& manager, const Key_action& action, const char* value) {
+    constexpr const nuvkit::Config_key& limits = nuvkit::definition_of(Key::scantime);
+    const unsigned long limited = std::clamp(nuvkit::read_number(value), limits.least, limits.most);
+    nuv::relaxed_store(manager.scantime, static_cast<std::uint32_t>(limited));
+    log_number(manager, action, manager.scantime);
 }
 
-void apply_difftime(CNuv_device_manager& manager, const Ini_key& key, const char* value) {
-    manager.difftime = read_number(value);
-    log_number(manager, key, manager.difftime);
+void apply_difftime(CNuv_device_manager& manager, const Key_action& action, const char* value) {
+    manager.difftime = nuvkit::read_number(value);
+    log_number(manager, action, manager.difftime);
 }
 
 constexpr unsigned int disable = DEVMGR_IF_OPTION_DISABLE;
@@ -90,34 +81,34 @@ constexpr unsigned int no_scan = DEVMGR_IF_OPTION_DISABLE_SCAN;
 
 // In the order in which they are read: "Scan" decides its bit whatever "General_Bits" says.
 // clang-format off
-constexpr Ini_key ini_keys[] = {
-    {"INTERFACES", "USB", apply_interface_switch, NUV_IFTYPE_USB2, disable,
+constexpr Key_action key_actions[] = {
+    {Key::usb, apply_interface_switch, NUV_IFTYPE_USB2, disable,
      "%s: USB interface enabled", "%s: USB interface disabled"},
-    {"INTERFACES", "USB3", apply_interface_switch, NUV_IFTYPE_USB3, disable,
+    {Key::usb3, apply_interface_switch, NUV_IFTYPE_USB3, disable,
      "%s: USB3 interface enabled", "%s: USB3 interface disabled"},
-    {"INTERFACES", "ME4", apply_interface_switch, NUV_IFTYPE_ME4, disable,
+    {Key::me4, apply_interface_switch, NUV_IFTYPE_ME4, disable,
      "%s: ME4 interface enabled", "%s: ME4 interface disabled"},
-    {"INTERFACES", "CLHS_SISO", apply_interface_switch, NUV_IFTYPE_CLHS_ME5, disable,
+    {Key::clhs_siso, apply_interface_switch, NUV_IFTYPE_CLHS_ME5, disable,
      "%s: CLHS_SISO interface enabled", "%s: CLHS_SISO interface disabled"},
-    {"INTERFACES", "CLHS_KAYA", apply_interface_switch, NUV_IFTYPE_CLHS_KAYA, disable,
+    {Key::clhs_kaya, apply_interface_switch, NUV_IFTYPE_CLHS_KAYA, disable,
      "%s: CLHS_KAYA interface enabled", "%s: CLHS_KAYA interface disabled"},
-    {"INTERFACES", "GIGE", apply_interface_switch, NUV_IFTYPE_GIGE, disable,
+    {Key::gige, apply_interface_switch, NUV_IFTYPE_GIGE, disable,
      "%s: GIGE interface enabled", "%s: GIGE interface disabled"},
-    {"INTERFACES", "USB_SCAN", apply_interface_switch, NUV_IFTYPE_USB2, no_scan,
+    {Key::usb_scan, apply_interface_switch, NUV_IFTYPE_USB2, no_scan,
      "%s: USB interface scan enabled", "%s: USB interface scan disabled"},
-    {"INTERFACES", "USB3_SCAN", apply_interface_switch, NUV_IFTYPE_USB3, no_scan,
+    {Key::usb3_scan, apply_interface_switch, NUV_IFTYPE_USB3, no_scan,
      "%s: USB3 interface scan enabled", "%s: USB3 interface scan disabled"},
-    {"INTERFACES", "CLHS_SISO_SCAN", apply_interface_switch, NUV_IFTYPE_CLHS_ME5, no_scan,
+    {Key::clhs_siso_scan, apply_interface_switch, NUV_IFTYPE_CLHS_ME5, no_scan,
      "%s: CLHS_SISO interface scan enabled", "%s: CLHS_SISO interface scan disabled"},
-    {"INTERFACES", "CLHS_KAYA_SCAN", apply_interface_switch, NUV_IFTYPE_CLHS_KAYA, no_scan,
+    {Key::clhs_kaya_scan, apply_interface_switch, NUV_IFTYPE_CLHS_KAYA, no_scan,
      "%s: CLHS_KAYA interface scan enabled", "%s: CLHS_KAYA interface scan disabled"},
-    {"INTERFACES", "GIGE_SCAN", apply_interface_switch, NUV_IFTYPE_GIGE, no_scan,
+    {Key::gige_scan, apply_interface_switch, NUV_IFTYPE_GIGE, no_scan,
      "%s: GIGE interface scan enabled", "%s: GIGE interface scan disabled"},
-    {"OPTIONS", "General_Bits", apply_general_bits, 0, 0, "%s: m_general_bits set to %ds", nullptr},
-    {"OPTIONS", "Scan", apply_general_switch, 0, NUV_BIT_SCAN_OFF,
+    {Key::general_bits, apply_general_bits, 0, 0, "%s: m_general_bits set to %ds", nullptr},
+    {Key::scan, apply_general_switch, 0, NUV_BIT_SCAN_OFF,
      "%s: scan thread enabled", "%s: scan thread disabled"},
-    {"OPTIONS", "Scantime", apply_scantime, 0, 0, "%s: scantime set to %dms", nullptr},
-    {"OPTIONS", "Difftime", apply_difftime, 0, 0, "%s: difftime set to %ds", nullptr},
+    {Key::scantime, apply_scantime, 0, 0, "%s: scantime set to %dms", nullptr},
+    {Key::difftime, apply_difftime, 0, 0, "%s: difftime set to %ds", nullptr},
 };
 // clang-format on
 
@@ -156,9 +147,10 @@ unsigned int CNuv_device_manager::get_parameter_from_inifile() {
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: loading file %s failed %d", op, path, loaded);
         return NUV_ERROR_INI_LOAD;
     }
-    for (const Ini_key& key : ini_keys) {
+    for (const Key_action& action : key_actions) {
+        const nuvkit::Config_key& key = nuvkit::definition_of(action.key);
         if (const char* const value = parser.GetValue(key.section, key.name)) {
-            key.apply(*this, key, value);
+            action.apply(*this, action, value);
         }
     }
     return NUV_NOERROR;

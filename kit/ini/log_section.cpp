@@ -2,12 +2,13 @@
 
 #include "ini_path.h"
 
+#include <nuvkit/config_keys.h>
+#include <nuvkit/config_values.h>
+
 #include <sys/stat.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
-#include <string_view>
 
 #define SI_NO_CONVERSION
 #define SI_IMPLEMENTATION
@@ -16,31 +17,21 @@
 namespace nuv {
 namespace {
 
-constexpr char section[] = "LOG";
-constexpr unsigned int default_level_bits = 0x9;
-
-unsigned long number(const char* value) {
-    return std::strtoul(value, nullptr, 0);
-}
-
-bool is_on(const char* value) {
-    const std::string_view text = value;
-    if (text.find("ena") != text.npos) {
-        return true;
-    }
-    return text.find("dis") == text.npos && number(value) != 0;
-}
-
 struct Number_key {
-    const char* key;
+    nuvkit::Key key;
     unsigned int CNuv_Log::Settings::*target;
 };
 constexpr Number_key number_keys[] = {
-    {"Level", &CNuv_Log::Settings::level_bits},
-    {"Sources", &CNuv_Log::Settings::sources},
-    {"Interfaces", &CNuv_Log::Settings::interface_types},
-    {"MaxFiles", &CNuv_Log::Settings::max_files},
+    {nuvkit::Key::log_level, &CNuv_Log::Settings::level_bits},
+    {nuvkit::Key::log_sources, &CNuv_Log::Settings::sources},
+    {nuvkit::Key::log_interfaces, &CNuv_Log::Settings::interface_types},
+    {nuvkit::Key::log_max_files, &CNuv_Log::Settings::max_files},
 };
+
+const char* value_of(const CSimpleIniA& ini, nuvkit::Key key) {
+    const nuvkit::Config_key& definition = nuvkit::definition_of(key);
+    return ini.GetValue(definition.section, definition.name);
+}
 
 // Anything but a file would make the parser wait, or ask for absurd amounts of memory.
 bool is_file(const std::string& path) {
@@ -73,21 +64,26 @@ void choose_destination(CNuv_Log::Settings& settings, const std::string& name) {
 std::optional<CNuv_Log::Settings> read_log_section(const std::string& path,
                                                    const std::string& name) {
     CSimpleIniA ini;
-    if (!load(ini, path) || ini.GetSection(section) == nullptr) {
+    const nuvkit::Config_key& level = nuvkit::definition_of(nuvkit::Key::log_level);
+    if (!load(ini, path) || ini.GetSection(level.section) == nullptr) {
         return std::nullopt;
     }
     CNuv_Log::Settings settings;
-    settings.level_bits = default_level_bits;
+    settings.level_bits = static_cast<unsigned int>(level.fallback);
     for (const Number_key& entry : number_keys) {
-        if (const char* value = ini.GetValue(section, entry.key)) {
-            settings.*entry.target = static_cast<unsigned int>(number(value));
+        if (const char* value = value_of(ini, entry.key)) {
+            settings.*entry.target = static_cast<unsigned int>(nuvkit::read_number(value));
         }
     }
-    if (const char* value = ini.GetValue(section, "MaxSize")) {
-        settings.max_size = number(value);
+    if (const char* value = value_of(ini, nuvkit::Key::log_max_size)) {
+        settings.max_size = nuvkit::read_number(value);
     }
-    settings.console = is_on(ini.GetValue(section, "Console", ""));
-    settings.file = ini.GetValue(section, "File", "");
+    if (const char* value = value_of(ini, nuvkit::Key::log_console)) {
+        settings.console = nuvkit::read_switch(value);
+    }
+    if (const char* value = value_of(ini, nuvkit::Key::log_file)) {
+        settings.file = value;
+    }
     if (settings.level_bits == 0) {
         return std::nullopt;
     }

@@ -2,6 +2,7 @@
 
 #include <nuv/iftype.h>
 
+#include <nuvkit/config_keys.h>
 #include <nuvkit/ini.h>
 
 #include <sys/stat.h>
@@ -244,6 +245,14 @@ TEST_F(Configuration, NewManagerHasItsDefaults) {
     for (unsigned int type = 0; type < NUV_IFTYPE_COUNT; ++type) {
         EXPECT_EQ(fresh.interface_options[type], type == NUV_IFTYPE_ME4 ? 2U : 0U) << type;
     }
+    using nuvkit::Key;
+    EXPECT_EQ(fresh.scantime, nuvkit::definition_of(Key::scantime).fallback);
+    EXPECT_EQ(fresh.difftime, nuvkit::definition_of(Key::difftime).fallback);
+    const CNuv_Log::Settings log_settings;
+    EXPECT_EQ(log_settings.sources, nuvkit::definition_of(Key::log_sources).fallback);
+    EXPECT_EQ(log_settings.interface_types, nuvkit::definition_of(Key::log_interfaces).fallback);
+    EXPECT_EQ(log_settings.max_size, nuvkit::definition_of(Key::log_max_size).fallback);
+    EXPECT_EQ(log_settings.max_files, nuvkit::definition_of(Key::log_max_files).fallback);
 }
 
 }  // namespace

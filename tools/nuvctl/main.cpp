@@ -24,6 +24,8 @@ constexpr Verb verbs[] = {
     {"status", "The registry itself: managers, heartbeat, entries, semaphores",
      nuvctl::declare_status},
     {"run", "Run a device manager in the foreground until interrupted", nuvctl::declare_run},
+    {"config", "The configuration: every key, its value and where it comes from",
+     nuvctl::declare_config},
     {"open", "Open a camera and hold it until interrupted", nuvctl::declare_open},
 };
 

@@ -1,0 +1,107 @@
+#include "nuvctl/tool.h"
+#include "support/child_process.h"
+#include "support/private_world.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+using namespace nuv_test;
+
+nlohmann::json setting(const nlohmann::json& answer, const std::string& key) {
+    for (const nlohmann::json& one : answer["settings"]) {
+        if (one["key"] == key) {
+            return one;
+        }
+    }
+    return nullptr;
+}
+
+TEST(Config, EachKeyHasItsValueAndPlace) {
+    const std::string path = write_ini("nuv_devicemgr",
+                                       "\xEF\xBB\xBF; above\r\n[interfaces]\r\nusb3 = 0\r\n\r\n"
+                                       "[OPTIONS]\rScantime=100\rScantime = 0x1000\r");
+    const nlohmann::json answer = run_tool({"config", "--json"}).json();
+    EXPECT_EQ(answer["file"], path);
+    EXPECT_EQ(answer["settings"].size(), 22u);
+    const nlohmann::json usb3 = setting(answer, "USB3");
+    EXPECT_EQ(usb3["value"], false);
+    EXPECT_EQ(usb3["line"], 3);
+    EXPECT_EQ(usb3["file"], path);
+    EXPECT_EQ(setting(answer, "Scantime")["value"], 4096);
+    EXPECT_EQ(setting(answer, "Scantime")["line"], 7);
+    EXPECT_EQ(setting(answer, "Difftime")["source"], "default");
+    EXPECT_EQ(setting(answer, "Difftime")["value"], 10);
+
+    const Outcome table = run_tool({"config"});
+    EXPECT_EQ(table.code, 0);
+    EXPECT_EQ(table.lines[0], "Configuration file " + path);
+    EXPECT_NE(table.messages.find(":6: [OPTIONS] Scantime is given again in line 7"),
+              std::string::npos);
+}
+
+TEST(Config, CheckSaysWhatTheFileDoesNotMean) {
+    const struct {
+        const char* text;
+        const char* remark;
+    } rows[] = {
+        {"[INTERFACES]\nUSB=0 ; enable later\n",
+         ":2: [INTERFACES] USB = \"0 ; enable later\" "
+         "reads as on"},
+        {"[INTERFACES]\nUSB=yes\n", "\"yes\" reads as off"},
+        {"[INTERFACES]\nUSB=Enabled\n", "\"Enabled\" reads as off"},
+        {"[INTERFACE]\nUSB=0\n", ":1: section [INTERFACE] is not known"},
+        {"[OPTIONS]\nUSB=0\n", "key \"USB\" is not known in [OPTIONS]; it belongs to [INTERFACES]"},
+        {"USB=0\n", "before any section"},
+        {"[OPTIONS\nScan=0\n", ":1: \"[OPTIONS\" is neither"},
+        {"[OPTIONS]\nScan\n", ":2: \"Scan\" is neither"},
+        {"[OPTIONS]\nScan=1\nscan=0\n", ":2: [OPTIONS] Scan is given again in line 3"},
+        {"[OPTIONS]\nScantime=soon\n", "is no number and reads as 0, so as 500 ms"},
+        {"[OPTIONS]\nScantime=100\n", "out of range (500 to 3600000) and reads as 500 ms"},
+        {"[OPTIONS]\nDifftime=12s\n", "reads as 12 s; the rest is ignored"},
+        {"[OPTIONS]\nGeneral_Bits=0x100000000\n", "out of range"},
+        {"[LOG]\nMaxFiles=-1\n", "out of range"},
+        {"[LOG]\nFile=a.log # mine\n", "a comment behind a value"},
+        {"[OPTIONS]\nScantime=11000\nDifftime=60\n", ":3: a scan each 11000 ms is the only"},
+    };
+    for (const auto& row : rows) {
+        write_ini("nuv_devicemgr", row.text);
+        const Outcome check = run_tool({"config", "--check"});
+        EXPECT_EQ(check.code, 1) << row.text;
+        std::string all;
+        for (const std::string& line : check.lines) {
+            all += line + "\n";
+        }
+        EXPECT_NE(all.find(row.remark), std::string::npos) << row.text << all;
+    }
+    for (const char* text :
+         {"", "[OPTIONS]\nScantime=11000\n", "[OPTIONS]\nScan=0\nScantime=11000\nDifftime=60\n",
+          "[LOG]\nFile=a;b#c.log\n", "; x\n  # y\n[ interfaces ] ; z\n usb = disabled\n"}) {
+        write_ini("nuv_devicemgr", text);
+        const Outcome check = run_tool({"config", "--check"});
+        EXPECT_EQ(check.code, 0) << text;
+        EXPECT_TRUE(check.lines.empty()) << check.lines[0];
+    }
+}
+
+TEST(Config, ExampleIsTheInstalledFileAndIsAccepted) {
+    std::string example;
+    for (const std::string& line : run_tool({"config", "--example"}).lines) {
+        example += line + "\n";
+    }
+    std::ostringstream installed;
+    installed << std::ifstream(EXAMPLE_INI_PATH).rdbuf();
+    EXPECT_EQ(example, installed.str());
+
+    EXPECT_EQ(run_tool({"config", "--check", "--config", EXAMPLE_INI_PATH}).code, 0);
+    Child run({tool_path(), "run", "--config", EXAMPLE_INI_PATH});
+    const auto first_line = run.read_line();
+    EXPECT_NE(first_line.value_or("").find("is running"), std::string::npos);
+    run.signal(SIGTERM);
+    EXPECT_EQ(run.wait(), 0);
+}
+
+}  // namespace
