@@ -55,8 +55,9 @@ TEST(Status, TextNamesHeldSemaphoresAndDisplayNames) {
     for (const std::string& line : run_tool({"status"}).lines) {
         text += line + '\n';
     }
-    for (const char* part : {"7 attached", "2  Interface USB3", "1  Interface type 200", "fresh",
-                             "sem_rw free", "sem_update held (", "1 used, 126 free"}) {
+    for (const char* part :
+         {"7 attached", "2  Interface USB3", "1  Interface type 200", "fresh",
+          "sem_rw         free", "sem_update     held at every look", "1 used, 126 free"}) {
         EXPECT_NE(text.find(part), std::string::npos) << part << " in\n" << text;
     }
 }

@@ -9,6 +9,20 @@
 #include <ctime>
 
 namespace nuvctl {
+namespace {
+
+std::string formatted(std::int64_t seconds, const char* format) {
+    const std::time_t moment = seconds;
+    std::tm parts;
+    char text[64];
+    if (localtime_r(&moment, &parts) == nullptr ||
+        std::strftime(text, sizeof text, format, &parts) == 0) {
+        return std::to_string(seconds);
+    }
+    return text;
+}
+
+}  // namespace
 
 std::string user_name(uid_t user) {
     const passwd* entry = getpwuid(user);
@@ -27,14 +41,12 @@ std::string mode_text(mode_t mode) {
 }
 
 std::string time_text(std::int64_t seconds) {
-    const std::time_t moment = seconds;
-    std::tm parts;
-    char text[64];
-    if (localtime_r(&moment, &parts) == nullptr ||
-        std::strftime(text, sizeof text, "%F %T", &parts) == 0) {
-        return std::to_string(seconds);
-    }
-    return text;
+    return formatted(seconds, "%F %T");
+}
+
+std::string short_time_text(std::int64_t seconds) {
+    const bool is_today = formatted(seconds, "%F") == formatted(std::time(nullptr), "%F");
+    return formatted(seconds, is_today ? "%R" : "%F");
 }
 
 }  // namespace nuvctl

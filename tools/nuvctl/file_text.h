@@ -15,5 +15,7 @@ std::string group_name(gid_t group_id);
 std::string mode_text(mode_t mode);
 /// Local date and time of day; the bare number when it is no date.
 std::string time_text(std::int64_t seconds);
+/// The time of day of a moment of today, the date of any other.
+std::string short_time_text(std::int64_t seconds);
 
 }  // namespace nuvctl

@@ -23,6 +23,7 @@ constexpr Verb verbs[] = {
     {"list", "Every camera in the registry (the default)", nuvctl::declare_list},
     {"status", "The registry itself: managers, heartbeat, entries, semaphores",
      nuvctl::declare_status},
+    {"who", "The processes that are attached or hold a camera", nuvctl::declare_who},
     {"run", "Run a device manager in the foreground until interrupted", nuvctl::declare_run},
     {"config", "The configuration: every key, its value and where it comes from",
      nuvctl::declare_config},

@@ -1,7 +1,5 @@
 #include "process.h"
 
-#include "process_text.h"
-
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +11,17 @@
 
 namespace nuvctl {
 namespace {
+
+std::string command_of(pid_t id) {
+    std::ifstream file("/proc/" + std::to_string(id) + "/comm");
+    std::string command;
+    // The kernel ends it with a line feed, but a command may contain some itself.
+    std::getline(file, command, '\0');
+    if (!command.empty() && command.back() == '\n') {
+        command.pop_back();
+    }
+    return command;
+}
 
 /// Fields of /proc/PID/stat, counted from the first one behind the command, which may hold anything
 /// but ends with the last closing parenthesis.

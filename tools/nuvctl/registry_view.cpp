@@ -1,5 +1,7 @@
 #include "registry_view.h"
 
+#include "descriptor.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -16,20 +18,6 @@ namespace nuvctl {
 namespace {
 
 using std::chrono::milliseconds;
-
-class Descriptor {
-public:
-    explicit Descriptor(int opened) : number(opened) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number >= 0) {
-            close(number);
-        }
-    }
-
-    const int number;
-};
 
 std::string error_text(const char* what, int error) {
     return std::string("cannot ") + what + " the registry " + NUV_SHM_NAME + ": " +

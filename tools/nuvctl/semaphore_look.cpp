@@ -1,35 +1,88 @@
 #include "semaphore_look.h"
 
-#include <chrono>
+#include "descriptor.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+
+#include <cstddef>
 #include <thread>
 
 namespace nuvctl {
 namespace {
 
-Semaphore_look judge(const char* name, int first_value, int later_value) {
-    if (first_value > 0) {
-        return {name, later_value, Semaphore_state::free};
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+/// The region of the view, opened again to look on; nothing more is seen of one that was replaced.
+class Onlooker {
+public:
+    explicit Onlooker(const Registry_view& view)
+        : region(shm_open(NUV_SHM_NAME, O_RDONLY | O_NONBLOCK, 0)) {
+        struct stat file;
+        same = fstat(region.number, &file) == 0 && file.st_ino == view.file->st_ino &&
+               file.st_dev == view.file->st_dev;
     }
-    return {name, later_value,
-            later_value > 0 ? Semaphore_state::held_briefly : Semaphore_state::held};
+
+    bool look(Semaphore_look& semaphore, std::size_t offset) const {
+        sem_t copy;
+        if (!same || pread(region.number, &copy, sizeof copy, static_cast<off_t>(offset)) !=
+                         static_cast<ssize_t>(sizeof copy)) {
+            return false;
+        }
+        semaphore.value = value_of(copy);
+        if (semaphore.value > 0 && semaphore.state == Semaphore_state::held) {
+            semaphore.state = Semaphore_state::held_briefly;
+        }
+        return true;
+    }
+
+    Update_lock update_lock() const {
+        struct flock lock {};
+        lock.l_type = F_WRLCK;
+        lock.l_whence = SEEK_SET;
+        lock.l_start = 2;
+        lock.l_len = 1;
+        if (!same || fcntl(region.number, F_OFD_GETLK, &lock) != 0) {
+            return Update_lock::unknown;
+        }
+        return lock.l_type == F_UNLCK ? Update_lock::free : Update_lock::taken;
+    }
+
+private:
+    const Descriptor region;
+    bool same = false;
+};
+
+Semaphore_look first_look(const char* name, sem_t copy) {
+    const int value = value_of(copy);
+    return {name, value, value > 0 ? Semaphore_state::free : Semaphore_state::held};
+}
+
+bool is_held(const Semaphore_look& look) {
+    return look.state == Semaphore_state::held;
 }
 
 }  // namespace
 
-std::vector<Semaphore_look> look_at_semaphores(const Registry_view& view) {
-    const int rw = value_of(view.bytes->sem_rw);
-    const int update = value_of(view.bytes->sem_update);
-    int later_rw = rw;
-    int later_update = update;
-    if (rw == 0 || update == 0) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        const Registry_view later = look_at_registry();
-        if (later.bytes && later.file->st_ino == view.file->st_ino) {
-            later_rw = value_of(later.bytes->sem_rw);
-            later_update = value_of(later.bytes->sem_update);
-        }
+Semaphores look_at_semaphores(const Registry_view& view, milliseconds watch) {
+    Semaphores seen;
+    seen.rw = first_look("sem_rw", view.bytes->sem_rw);
+    seen.update = first_look("sem_update", view.bytes->sem_update);
+    const Onlooker onlooker(view);
+    const auto start = steady_clock::now();
+    bool in_sight = true;
+    while (in_sight && (is_held(seen.rw) || is_held(seen.update)) && seen.watched < watch) {
+        std::this_thread::sleep_for(milliseconds(5));
+        in_sight = onlooker.look(seen.rw, offsetof(NUV_Devlist_Shm, sem_rw)) &&
+                   onlooker.look(seen.update, offsetof(NUV_Devlist_Shm, sem_update));
+        seen.watched = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
     }
-    return {judge("sem_rw", rw, later_rw), judge("sem_update", update, later_update)};
+    seen.lock = onlooker.update_lock();
+    if (const std::int64_t age = heartbeat_age(view); is_held(seen.rw) && age >= 0) {
+        seen.rw_held_at_most = age + (seen.watched.count() + 999) / 1000;
+    }
+    return seen;
 }
 
 }  // namespace nuvctl

@@ -18,5 +18,6 @@ Action declare_list(CLI::App& arguments);
 Action declare_open(CLI::App& arguments);
 Action declare_run(CLI::App& arguments);
 Action declare_status(CLI::App& arguments);
+Action declare_who(CLI::App& arguments);
 
 }  // namespace nuvctl

@@ -35,7 +35,7 @@ std::vector<Cell> row_of(const Camera& camera) {
             name_cell(camera_name(entry)),
             name_cell(interface_name(entry)),
             {state_word(entry.status_bits), color_of(entry.status_bits)},
-            {holder_text(nuvkit::holder_of(entry))}};
+            {holder_details(nuvkit::holder_of(entry))}};
 }
 
 void print_table(const std::vector<Camera>& cameras, const Reading_options& options) {

@@ -1,0 +1,139 @@
+#include "nuvctl/hand_made_registry.h"
+#include "nuvctl/tool.h"
+#include "support/child_process.h"
+
+#include <nuvkit/holder.h>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <iostream>
+
+namespace {
+
+using namespace nuv_test;
+
+/// Has the region mapped as two managers would, and the lock of one that has sem_update.
+int be_attached(const std::vector<std::string>&) {
+    const int region = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
+    for (const int access : {PROT_READ | PROT_WRITE, PROT_READ | PROT_WRITE, PROT_READ}) {
+        if (mmap(nullptr, NUV_SHM_SIZE, access, MAP_SHARED, region, 0) == MAP_FAILED) {
+            return 1;
+        }
+    }
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_start = 2;
+    lock.l_len = 1;
+    if (fcntl(region, F_OFD_SETLK, &lock) != 0) {
+        return 1;
+    }
+    std::cout << "attached" << std::endl;
+    return pause();
+}
+const Register_role attached_role("attached to a hand-made registry", be_attached);
+
+Child attached_process() {
+    Child child = Child::in_role("attached to a hand-made registry");
+    EXPECT_EQ(child.read_line(), "attached");
+    return child;
+}
+
+/// What `who` says of one process; null when it does not name it.
+nlohmann::json said_of(pid_t process, const Outcome& who) {
+    const nlohmann::json answer = who.json();
+    for (const nlohmann::json& one : answer["processes"]) {
+        if (one["pid"] == process) {
+            return one;
+        }
+    }
+    return nullptr;
+}
+
+NUV_Devlist_Shm registry_with_update_held() {
+    NUV_Devlist_Shm registry = empty_registry();
+    registry.opencount = 2;
+    sem_t held;
+    sem_init(&held, 1, 0);
+    registry.sem_update = held;
+    return registry;
+}
+
+TEST(Who, NamesWhoIsAttachedAndWhatItHolds) {
+    publish(registry_with_update_held());
+    const Child child = attached_process();
+    NUV_Devlist_Shm registry = registry_with_update_held();
+    registry.nuvdevice[7] = camera(5, 8, 1, "", "");
+    nuvkit::Holder holder{child.pid(), 0};
+    holder.start_ticks = said_of(child.pid(), run_tool({"who", "--json"}))["start_ticks"];
+    nuvkit::set_holder(registry.nuvdevice[7], holder);
+    publish(registry);
+
+    const Outcome outcome = run_tool({"who", "--json"});
+    EXPECT_EQ(outcome.code, 0);
+    const nlohmann::json person = said_of(child.pid(), outcome);
+    ASSERT_TRUE(person.is_object());
+    EXPECT_EQ(person["command"], "nuvctl_test");
+    EXPECT_EQ(person["user"]["id"], geteuid());
+    EXPECT_LE(std::abs(person["started"].get<std::int64_t>() - std::time(nullptr)), 60);
+    EXPECT_EQ(person["cameras"], std::vector<unsigned int>{5});
+    EXPECT_EQ(person["region"]["state"], "current");
+    EXPECT_EQ(person["region"]["managers"], 2);
+    EXPECT_EQ(person["region"]["update_lock"], true);
+
+    const nlohmann::json status = run_tool({"status", "--json"}).json();
+    EXPECT_EQ(status["mapped"]["managers"], 2);
+    EXPECT_EQ(status["semaphores"]["sem_update"]["state"], "held");
+    EXPECT_EQ(status["semaphores"]["sem_update"]["lock"], "taken");
+    EXPECT_EQ(status["semaphores"]["sem_update"]["lock_owner"]["pid"], child.pid());
+}
+
+TEST(Who, ProcessOnARemovedRegionIsFoundWithAndWithoutANewOne) {
+    publish(empty_registry());
+    const Child child = attached_process();
+    std::filesystem::remove(registry_path());
+    const Outcome without = run_tool({"who", "--json"});
+    EXPECT_EQ(without.code, 7);
+    EXPECT_EQ(said_of(child.pid(), without)["region"]["state"], "removed");
+    publish(empty_registry());
+    const Outcome with = run_tool({"who", "--json"});
+    EXPECT_EQ(with.code, 0);
+    EXPECT_EQ(said_of(child.pid(), with)["region"]["state"], "removed");
+    EXPECT_EQ(run_tool({"status", "--json"}).json()["mapped"]["managers"], 0);
+}
+
+TEST(Who, DeadHolderIsGoneAndADeadHoldersLockIsFree) {
+    NUV_Devlist_Shm registry = registry_with_update_held();
+    registry.nuvdevice[0] = camera(3, 8, 1, "", "");
+    nuvkit::Holder dead = nuvkit::current_process();
+    dead.start_ticks -= 1;
+    nuvkit::set_holder(registry.nuvdevice[0], dead);
+    publish(registry);
+    const nlohmann::json person = said_of(dead.process_id, run_tool({"who", "--json"}));
+    EXPECT_EQ(person["alive"], false);
+    EXPECT_EQ(person["cameras"], std::vector<unsigned int>{3});
+    EXPECT_TRUE(person["region"].is_null());
+    const Outcome table = run_tool({"who", "--no-headings"});
+    bool named = false;
+    for (const std::string& line : table.lines) {
+        named = named || (line.find(std::to_string(dead.process_id)) != std::string::npos &&
+                          line.find(" gone ") != std::string::npos);
+    }
+    EXPECT_TRUE(named);
+    const nlohmann::json status = run_tool({"status", "--json", "--watch", "0.05"}).json();
+    EXPECT_EQ(status["semaphores"]["sem_update"]["lock"], "free");
+    EXPECT_TRUE(status["semaphores"]["sem_update"]["lock_owner"].is_null());
+}
+
+TEST(Who, ProcessThatMayNotBeExaminedIsCounted) {
+    publish(empty_registry());
+    const Child child = attached_process();
+    const Outcome outcome = run_tool({"who", "--json"}, {"setpriv", "--bounding-set=-sys_ptrace"});
+    EXPECT_TRUE(said_of(child.pid(), outcome).is_null());
+    EXPECT_GE(outcome.json()["unexamined"]["sharing_memory"], 1);
+}
+
+}  // namespace
