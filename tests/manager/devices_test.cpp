@@ -1,4 +1,3 @@
-#include "failing_new.h"
 #include "manager_world.h"
 #include "support/faults.h"
 
@@ -273,7 +272,7 @@ TEST_F(Devices, HandleThatCannotBeRecordedIsClosedAgain) {
     start();
     usb2.during_call = [this] {
         if (usb2.closes == 0) {
-            fail_next_new();
+            nuv_test::fail_next_new();
         }
     };
     EXPECT_EQ(manager->open_grab_device_from_id(camera, &grab), NUV_ERROR_NOMEMORY);

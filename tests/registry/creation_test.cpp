@@ -1,14 +1,14 @@
+// A region where there is none, or something else under its name.
 #include "registry/registry_world.h"
+#include "support/child_process.h"
 #include "support/faults.h"
-
-#include <nuv/result.h>
 
 #include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
@@ -19,58 +19,63 @@ namespace {
 
 using nuv_test::Call;
 
-const Lines created_file = {"M2 create_shm: CreateFileMapping NAME size 21464 done hMem FD"};
-constexpr auto descriptors = [] {
-    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+class Creation : public Registry_test {
+protected:
+    static void write_file(std::size_t size, std::uint16_t version) {
+        std::string bytes(reinterpret_cast<const char*>(&version), sizeof version);
+        bytes.resize(size);
+        std::ofstream(REGION_FILE, std::ios::binary) << bytes;
+    }
 };
 
-bool region_is_mapped() {
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-        if (line.find("nuv_device_shmem") != std::string::npos) {
-            return true;
-        }
-    }
-    return false;
-}
-
-class Creation : public Registry_test {};
-
 TEST_F(Creation, TracesEachStepAndLeavesTheDocumentedBytes) {
-    const Stopped_clock clock;
     const auto manager = make_manager();
     ASSERT_EQ(manager->Initialize(), NUV_NOERROR);
-    EXPECT_EQ(lines(), probe_of_nothing() + created_file + creation());
+    EXPECT_EQ(lines(), nothing_found + built);
     EXPECT_TRUE(manager->init_done);
     EXPECT_EQ(manager->proc_id, getpid());
     EXPECT_EQ(value_of(*manager->sema_rw), 1);
     EXPECT_EQ(value_of(*manager->sema_update), 1);
+    EXPECT_EQ(fs::file_size(REGION_FILE), 21464U);
 
-    std::vector<unsigned char> expected(21464);
-    const auto put = [&expected](long offset, auto value) {
-        std::memcpy(expected.data() + offset, &value, sizeof value);
-    };
-    put(0, std::uint32_t{0x00010101});
-    put(8, NOW);
-    put(80, getpid());
-    for (long entry = 0; entry < 128; ++entry) {
-        put(84 + 164 * entry, std::uint16_t{0x0100});
+    NUV_Devlist_Shm expected{};
+    expected.struct_version = 0x0101;
+    expected.opencount = 1;
+    expected.time_stamp = NOW;
+    expected.sem_rw = manager->devlist_shm->sem_rw;
+    expected.sem_update = manager->devlist_shm->sem_update;
+    expected.processid = getpid();
+    expected.id_counter = 1;
+    for (NUV_Device& entry : expected.nuvdevice) {
+        entry.entry_mark = 0x0100;
     }
-    put(21460, std::uint32_t{1});
-    read_region(AT_SEM_RW, expected.data() + AT_SEM_RW, 64);  // the system's own bytes
-    EXPECT_EQ(region_bytes(), expected);
+    EXPECT_TRUE(same(*manager->devlist_shm, expected));
 }
 
-TEST_F(Creation, InitializeTwiceIsRefusedAndChangesNothing) {
+TEST_F(Creation, SecondCallIsRefusedOrChangesNothing) {
     const auto manager = attached_manager();
-    const auto before = region_bytes();
+    const NUV_Devlist_Shm before = *manager->devlist_shm;
     EXPECT_EQ(manager->Initialize(), NUV_ERROR_INIT);
-    EXPECT_EQ(lines(), (Lines{"M2 Initialize: general_bits found 0x30000000",
-                              "M2 Initialize: init already done for this instance"}));
+    EXPECT_EQ(lines(),
+              "M2 Initialize: general_bits found 0x30000000\n"
+              "M2 Initialize: init already done for this instance\n");
     EXPECT_EQ(manager->create_shm(), NUV_NOERROR);
     EXPECT_EQ(manager->open_shm(), NUV_NOERROR);
-    EXPECT_EQ(region_bytes(), before);
-    EXPECT_EQ(lines(), Lines());
+    EXPECT_TRUE(same(*manager->devlist_shm, before));
+    EXPECT_EQ(lines(), "");
+}
+
+TEST_F(Creation, DirectCallsAttachToWhatIsAliveAndOpenNeverCreates) {
+    const auto first = make_manager();
+    EXPECT_EQ(first->open_shm(), NUV_ERROR_NOMEMORY);
+    EXPECT_EQ(lines(),
+              "M1 open_shm: OpenFileMapping NAME failed No such file or directory return "
+              "NUV_ERROR_NOMEMORY\n");
+    EXPECT_EQ(first->create_shm(), NUV_NOERROR);
+    EXPECT_FALSE(first->init_done);
+    const auto second = make_manager();
+    EXPECT_EQ(second->create_shm(), NUV_NOERROR);
+    EXPECT_EQ(+first->devlist_shm->opencount, 2);
 }
 
 TEST_F(Creation, GivesTheRegionToGroupVideo) {
@@ -81,12 +86,12 @@ TEST_F(Creation, GivesTheRegionToGroupVideo) {
     }
     const auto manager = make_manager(LOG_BITS | DEFAULT_GROUP_VIDEO);
     ASSERT_EQ(manager->Initialize(), NUV_NOERROR);
-    const Lines found = lines();
-    ASSERT_GT(found.size(), 7U);
-    EXPECT_EQ(Lines(found.begin() + 4, found.begin() + 7),
-              (Lines{"M2 create_shm: CreateFileMapping DEFAULT_GROUP_VIDEO set group",
-                     "M2 create_shm: hMem group video " + std::to_string(video->gr_gid) + " set",
-                     "M2 create_shm: hMem mode rwrwr set"}));
+    EXPECT_PRED2(has, lines(),
+                 "M2 create_shm: CreateFileMapping DEFAULT_GROUP_VIDEO set group\n"
+                 "M2 create_shm: hMem group video " +
+                     std::to_string(video->gr_gid) +
+                     " set\n"
+                     "M2 create_shm: hMem mode rwrwr set\n");
     struct stat status {};
     ASSERT_EQ(stat(REGION_FILE, &status), 0);
     EXPECT_EQ(status.st_gid, video->gr_gid);
@@ -94,113 +99,145 @@ TEST_F(Creation, GivesTheRegionToGroupVideo) {
 }
 
 TEST_F(Creation, GoesOnWithoutGroupAndMode) {
-    const Lines start = {
-        "M2 Initialize: general_bits found 0x30010000",
-        "M2 Initialize: OpenFileMapping NAME failed No such file or directory",
-        "M2 Initialize: OpenFileMapping NAME does not exist call create",
-        "M2 create_shm: CreateFileMapping NAME size 21464 done hMem FD",
-        "M2 create_shm: CreateFileMapping DEFAULT_GROUP_VIDEO set group",
-    };
-    const Lines refused = {"M1 create_shm: fchown failed 1", "M1 create_shm: fchmod failed 5"};
-    const Lines no_group = {"M1 create_shm: group video not found",
-                            "M2 create_shm: hMem mode rwrwr set"};
-    {
+    const struct {
+        Call call;
+        std::string traced;
+    } cases[] = {{Call::fchown, "M1 create_shm: fchown failed 5\n"},
+                 {Call::fchmod, "M1 create_shm: fchmod failed 5\n" + built},
+                 {Call::getgrnam, "M1 create_shm: group video not found\n"}};
+    for (const auto& [call, traced] : cases) {
         nuv_test::Faults faults;
-        faults.fail_always(Call::fchown, EPERM);
-        faults.fail_always(Call::fchmod, EIO);
+        faults.fail_always(call, EIO);
         EXPECT_EQ(make_manager(LOG_BITS | DEFAULT_GROUP_VIDEO)->Initialize(), NUV_NOERROR);
+        EXPECT_PRED2(has, lines(), traced);
     }
-    EXPECT_EQ(lines(), start + refused + creation() + detaching(0));
-    nuv_test::Faults faults;
-    faults.fail_always(Call::getgrnam, ENOENT);
-    EXPECT_EQ(make_manager(LOG_BITS | DEFAULT_GROUP_VIDEO)->Initialize(), NUV_NOERROR);
-    EXPECT_EQ(faults.calls(Call::fchown), 0);
-    EXPECT_EQ(lines(), start + no_group + creation() + detaching(0));
 }
 
-TEST_F(Creation, FailingStepReleasesEverythingInOrder) {
-    const Lines steps = creation();
-    const auto until = [&steps](int count) { return Lines(steps.begin(), steps.begin() + count); };
-    const Lines unlinked = {"M2 create_shm: close hdlMem done", "M2 create_shm: shm_unlink done"};
-    const Lines unmapped = Lines{"M2 create_shm: munmap done"} + unlinked;
-    const Lines full = {"M2 create_shm: ftruncate size 21464 failed No space left on device"};
+TEST_F(Creation, FailingStepReleasesEverythingAndMayBeTriedAgain) {
+    const std::string unlinked =
+        "M2 create_shm: close hdlMem done\n"
+        "M2 create_shm: shm_unlink done\n";
+    const std::string unmapped = "M2 create_shm: munmap done\n" + unlinked;
+    const std::string full =
+        "M2 create_shm: mmap done PTR\n"
+        "M2 create_shm: ftruncate size 21464 failed No space left on device\n" +
+        unmapped;
     const struct {
         Call call;
         int number;
         int error;
-        Lines expected;
+        std::string traced_last;
     } cases[] = {
-        {Call::shm_open,
-         2,
-         EMFILE,
-         {"M1 create_shm: CreateFileMapping NAME failed Too many open files return "
-          "NUV_ERROR_NOMEMORY"}},
+        {Call::shm_open, 2, EMFILE,
+         "M1 create_shm: CreateFileMapping NAME failed Too many open files return "
+         "NUV_ERROR_NOMEMORY\n"},
         {Call::mmap, 1, ENOMEM,
-         created_file +
-             Lines{"M1 create_shm: mmap failed Cannot allocate memory return NUV_ERROR_NOMEMORY"} +
+         "M1 create_shm: mmap failed Cannot allocate memory return NUV_ERROR_NOMEMORY\n" +
              unlinked},
-        {Call::ftruncate, 1, ENOSPC, created_file + until(1) + full + unmapped},
-        {Call::posix_fallocate, 1, ENOSPC, created_file + until(1) + full + unmapped},
+        {Call::ftruncate, 1, ENOSPC, full},
+        {Call::posix_fallocate, 1, ENOSPC, full},
         {Call::sem_init, 1, EINVAL,
-         created_file + until(4) +
-             Lines{"M1 create_shm: sem_init failed Invalid argument return NUV_ERROR_NOMEMORY"} +
-             unmapped},
+         "M1 create_shm: sem_init failed Invalid argument return NUV_ERROR_NOMEMORY\n" + unmapped},
         {Call::sem_init, 2, EINVAL,
-         created_file + until(5) +
-             Lines{"M1 create_shm: sem_init sem_update failed Invalid argument return "
-                   "NUV_ERROR_NOMEMORY",
-                   "M2 create_shm: create: sem_rw: PTR, sem_update: PTR"} +
+         "M1 create_shm: sem_init sem_update failed Invalid argument return NUV_ERROR_NOMEMORY\n"
+         "M2 create_shm: create: sem_rw: PTR, sem_update: PTR\n" +
              unmapped},
     };
-    for (const auto& [call, number, error, expected] : cases) {
-        SCOPED_TRACE(expected.back());
-        record.clear();
+    const auto descriptors = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    for (const auto& [call, number, error, traced_last] : cases) {
+        SCOPED_TRACE(traced_last);
         const auto descriptors_before = descriptors();
-        auto failed = make_manager();
-        const auto again = make_manager();
+        const auto manager = make_manager();
+        record.clear();
         {
             nuv_test::Faults faults;
             faults.fail_nth(call, number, error);
-            EXPECT_EQ(failed->Initialize(), NUV_ERROR_NOMEMORY);
+            EXPECT_EQ(manager->Initialize(), NUV_ERROR_NOMEMORY);
         }
-        EXPECT_EQ(lines(), probe_of_nothing() + expected);
+        const std::string traced = lines();
+        EXPECT_EQ(traced.substr(traced.size() - std::min(traced.size(), traced_last.size())),
+                  traced_last);
         EXPECT_FALSE(region_exists());
-        EXPECT_FALSE(region_is_mapped());
         EXPECT_EQ(descriptors(), descriptors_before);
-        EXPECT_EQ(failed->m_hMem, -1);
-        EXPECT_EQ(failed->devlist_shm, nullptr);
-        EXPECT_EQ(failed->sema_rw, nullptr);
-        EXPECT_EQ(failed->sema_update, nullptr);
-        EXPECT_EQ(again->Initialize(), NUV_NOERROR);
+        EXPECT_EQ(manager->m_hMem, -1);
+        EXPECT_EQ(manager->devlist_shm, nullptr);
+        EXPECT_EQ(manager->sema_rw, nullptr);
+        EXPECT_EQ(manager->sema_update, nullptr);
+        EXPECT_FALSE(manager->init_done);
+        EXPECT_EQ(manager->Initialize(), NUV_NOERROR);
+    }
+}
+
+TEST_F(Creation, FragmentBecomesARegionInPlace) {
+    for (const std::size_t size : {0U, 1U, 21463U}) {
+        SCOPED_TRACE(size);
         record.clear();
-        failed.reset();
-        EXPECT_EQ(lines(), Lines{"M2 ~CNuv_shm_manager:"});
-        EXPECT_TRUE(region_exists());
+        write_file(size, 0x0101);
+        const fs::path hard_link = "/dev/shm/fragment";
+        fs::create_hard_link(REGION_FILE, hard_link);
+        const auto manager = make_manager();
+        EXPECT_EQ(manager->Initialize(), NUV_NOERROR);
+        EXPECT_EQ(lines(), found + built);
+        EXPECT_TRUE(fs::equivalent(REGION_FILE, hard_link));
+        EXPECT_EQ(fs::file_size(REGION_FILE), 21464U);
+        EXPECT_EQ(+manager->devlist_shm->opencount, 1);
+        fs::remove(hard_link);
     }
 }
 
-TEST_F(Creation, FailedManagerMayTryAgain) {
-    const auto manager = make_manager();
-    {
-        nuv_test::Faults faults;
-        faults.fail_nth(Call::sem_init, 2, EINVAL);
+TEST_F(Creation, WrongVersionIsUnlinked) {
+    const std::pair<std::size_t, std::uint16_t> cases[] = {
+        {21464, 0x0100}, {21464, 0x0102}, {30000, 0}};
+    for (const auto& [size, version] : cases) {
+        record.clear();
+        write_file(size, version);
+        const auto manager = make_manager();
         EXPECT_EQ(manager->Initialize(), NUV_ERROR_NOMEMORY);
+        EXPECT_EQ(lines(), found + mapped + "M1 open_shm: wrong struct_version " +
+                               std::to_string(version) +
+                               " != 257\n"
+                               "M2 open_shm: munmap done\n"
+                               "M2 open_shm: close hdlMem done\n"
+                               "M2 open_shm: shm_unlink done\n");
+        EXPECT_FALSE(region_exists());
+        EXPECT_EQ(manager->Initialize(), NUV_NOERROR);
     }
-    EXPECT_FALSE(manager->init_done);
-    EXPECT_EQ(manager->Initialize(), NUV_NOERROR);
-    EXPECT_EQ(opencount(), 1);
 }
 
-TEST_F(Creation, DirectCallsAttachToWhatIsAliveAndOpenNeverCreates) {
-    const auto first = make_manager();
-    EXPECT_EQ(first->open_shm(), NUV_ERROR_NOMEMORY);
-    EXPECT_EQ(lines(), Lines{"M1 open_shm: OpenFileMapping NAME failed No such file or directory "
-                             "return NUV_ERROR_NOMEMORY"});
-    EXPECT_EQ(first->create_shm(), NUV_NOERROR);
-    EXPECT_FALSE(first->init_done);
-    const auto second = make_manager();
-    EXPECT_EQ(second->create_shm(), NUV_NOERROR);
-    EXPECT_EQ(opencount(), 2);
+TEST_F(Creation, WhatIsNoFileIsRefused) {
+    const std::pair<void (*)(), unsigned int> cases[] = {
+        {[] { fs::create_directory(REGION_FILE); }, NUV_ERROR_INIT},
+        {[] { fs::create_symlink("elsewhere", REGION_FILE); }, NUV_ERROR_INIT},
+        {[] { mkfifo(REGION_FILE, 0666); }, NUV_ERROR_NOMEMORY},
+    };
+    for (const auto& [make, result] : cases) {
+        make();
+        EXPECT_EQ(make_manager()->Initialize(), result);
+        fs::remove(REGION_FILE);
+    }
+}
+
+const nuv_test::Register_role nobody("initialize_as_nobody", [](const auto& /*arguments*/) {
+    constexpr uid_t nobodys_id = 65534;
+    if (setuid(nobodys_id) != 0) {
+        return 77;
+    }
+    std::printf("%x\n", CNuv_shm_manager().Initialize());
+    return 0;
+});
+
+TEST_F(Creation, AnotherUsersRegionIsLeftAlone) {
+    const auto manager = attached_manager();
+    fs::permissions(REGION_FILE, fs::perms::owner_read | fs::perms::owner_write);
+    nuv_test::Child child = nuv_test::Child::in_role("initialize_as_nobody");
+    const auto answer = child.read_line();
+    if (child.wait() == 77) {
+        GTEST_SKIP() << "cannot become another user here";
+    }
+    EXPECT_EQ(answer, "80003005");
+    EXPECT_EQ(+manager->devlist_shm->opencount, 1);
 }
 
 }  // namespace

@@ -1,33 +1,48 @@
 #include "registry/registry_world.h"
 #include "support/faults.h"
 
-#include <nuv/result.h>
-
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 
 namespace registry_test {
 namespace {
 
 using nuv_test::Call;
 
+std::string counted_out(int opencount) {
+    return "M2 close_shm: sem_wait 'sem_rw' done\n"
+           "M2 close_shm: shm->opencount " +
+           std::to_string(opencount) +
+           " processid MINE\n"
+           "M2 close_shm: sem_post 'sem_rw' done\n";
+}
+const std::string ended = "M2 ~CNuv_shm_manager:\n";
+const std::string left = R"(M2 close_shm: munmap done
+M2 close_shm: close m_hMem done
+)";
+const std::string destroyed = R"(M2 close_shm: sem_destroy 'sem_rw' done
+M2 close_shm: sem_destroy 'sem_update' done
+)";
+
 class Detach : public Registry_test {};
 
 TEST_F(Detach, OnlyTheLastRemovesTheRegionInWhateverOrder) {
-    std::array<int, 3> order = {0, 1, 2};
+    std::size_t order[] = {0, 1, 2};
     do {
-        std::array<std::unique_ptr<CNuv_shm_manager>, 3> managers;
-        for (auto& manager : managers) {
-            manager = attached_manager();
-        }
-        for (int left = 2; left >= 0; --left) {
-            managers.at(static_cast<std::size_t>(order.at(static_cast<std::size_t>(left)))).reset();
-            EXPECT_EQ(lines(), detaching(left));
-            EXPECT_EQ(region_exists(), left > 0);
-        }
-    } while (std::next_permutation(order.begin(), order.end()));
+        std::unique_ptr<CNuv_shm_manager> managers[] = {attached_manager(), attached_manager(),
+                                                        attached_manager()};
+        managers[order[0]].reset();
+        EXPECT_EQ(lines(), ended + counted_out(2) + left);
+        managers[order[1]].reset();
+        EXPECT_EQ(lines(), ended + counted_out(1) + left);
+        EXPECT_TRUE(region_exists());
+        managers[order[2]].reset();
+        EXPECT_EQ(lines(),
+                  ended + counted_out(0) + destroyed + left + "M2 close_shm: shm_unlink done\n");
+        EXPECT_FALSE(region_exists());
+    } while (std::next_permutation(std::begin(order), std::end(order)));
 }
 
 TEST_F(Detach, HappensOnce) {
@@ -39,7 +54,7 @@ TEST_F(Detach, HappensOnce) {
     EXPECT_EQ(manager->sema_update, nullptr);
     record.clear();
     EXPECT_EQ(manager->close_shm(), 0U);
-    EXPECT_EQ(lines(), Lines());
+    EXPECT_EQ(lines(), "");
     EXPECT_EQ(manager->Initialize(), NUV_ERROR_INIT);
 }
 
@@ -51,12 +66,11 @@ TEST_F(Detach, GivesBackWhatTheThreadStillHolds) {
     holder->sema_rw->wait();
     record.clear();
     holder.reset();
-    Lines expected = detaching(1);
-    const Lines posts = {"S2 post: sem_post returned 0 wait_called 0",
-                         "S2 post: no sem_post wait_called 1",
-                         "S2 post: sem_post returned 0 wait_called 0"};
-    expected.insert(expected.begin() + 1, posts.begin(), posts.end());
-    EXPECT_EQ(lines(), expected);
+    EXPECT_EQ(lines(), ended +
+                           "S2 post: sem_post returned 0 wait_called 0\n"
+                           "S2 post: no sem_post wait_called 1\n"
+                           "S2 post: sem_post returned 0 wait_called 0\n" +
+                           counted_out(1) + left);
     EXPECT_EQ(value_of(*other->sema_rw), 1);
     EXPECT_EQ(value_of(*other->sema_update), 1);
 }
@@ -65,40 +79,48 @@ TEST_F(Detach, LeavesAStaleRegistryUncountedWhenItsSemaphoreIsLost) {
     const auto other = attached_manager();
     auto leaving = attached_manager();
     ASSERT_EQ(other->sema_rw->trywait(), 0);
-    set_time_stamp(1);
+    other->devlist_shm->time_stamp = 1;
     leaving.reset();
-    EXPECT_EQ(lines(), (Lines{"M2 ~CNuv_shm_manager:", "M2 close_shm: munmap done",
-                              "M2 close_shm: close m_hMem done"}));
-    EXPECT_EQ(opencount(), 2);
+    EXPECT_EQ(lines(), ended + left);
+    EXPECT_EQ(+other->devlist_shm->opencount, 2);
     sem_post(other->sema_rw->sem);
 }
 
 TEST_F(Detach, AttachedNeighbourKeepsTheRegionWhateverTheCount) {
     auto leaving = attached_manager();
     auto neighbour = attached_manager();
-    poke<std::int16_t>(AT_OPENCOUNT, 1);
+    neighbour->devlist_shm->opencount = 1;
     leaving.reset();
     EXPECT_TRUE(region_exists());
-    EXPECT_EQ(opencount(), 0);
+    EXPECT_EQ(+neighbour->devlist_shm->opencount, 0);
     neighbour.reset();
     EXPECT_FALSE(region_exists());
+}
+
+TEST_F(Detach, ManagersOfARemovedRegionLeaveTheNewOneAlone) {
+    auto old_creator = attached_manager();
+    auto old_member = attached_manager();
+    ASSERT_EQ(unlink(REGION_FILE), 0);
+    auto newcomer = attached_manager();
+    old_creator.reset();
+    old_member.reset();
+    EXPECT_TRUE(region_exists());
+    EXPECT_EQ(+newcomer->devlist_shm->opencount, 1);
 }
 
 // Its number may be that of another thread's descriptor by then, whose locks it would drop.
 TEST_F(Detach, TouchesNoDescriptorThatItHasClosed) {
     static int descriptor;
-    static int touched_after_close;
-    auto leaving = attached_manager();
-    auto last = attached_manager();
-    for (auto* manager : {&leaving, &last}) {
-        descriptor = (*manager)->m_hMem;
-        touched_after_close = 0;
+    static int touched_after_close = 0;
+    std::unique_ptr<CNuv_shm_manager> managers[] = {attached_manager(), attached_manager()};
+    for (auto& manager : managers) {
+        descriptor = manager->m_hMem;
         nuv_test::Faults faults;
         faults.before(Call::fcntl, [](int) {
             struct stat status {};
             touched_after_close += fstat(descriptor, &status) != 0 ? 1 : 0;
         });
-        manager->reset();
+        manager.reset();
         EXPECT_GT(faults.calls(Call::fcntl), 0);
         EXPECT_EQ(touched_after_close, 0);
     }

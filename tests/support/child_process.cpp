@@ -27,13 +27,6 @@ std::map<std::string, Role>& roles() {
     return all;
 }
 
-void close_end(int& end) {
-    if (end >= 0) {
-        close(end);
-    }
-    end = -1;
-}
-
 [[noreturn]] void fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
@@ -70,17 +63,14 @@ Child::Child(const std::vector<std::string>& command) {
     if (pipe2(to_child, O_CLOEXEC) != 0 || pipe2(from_child, O_CLOEXEC) != 0) {
         fail("pipe2");
     }
-    const pid_t parent = getpid();
     process_id = fork();
     if (process_id < 0) {
         fail("fork");
     }
     if (process_id == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != parent || dup2(to_child[0], STDIN_FILENO) < 0 ||
-            dup2(from_child[1], STDOUT_FILENO) < 0) {
-            _exit(126);
-        }
+        dup2(to_child[0], STDIN_FILENO);
+        dup2(from_child[1], STDOUT_FILENO);
         execv(arguments[0], arguments.data());
         _exit(127);
     }
@@ -106,8 +96,10 @@ Child::~Child() {
     if (process_id > 0) {
         kill_and_wait();
     }
-    close_end(input);
-    close_end(output);
+    close_input();
+    if (output >= 0) {
+        close(output);
+    }
 }
 
 void Child::send_line(const std::string& line) const {
@@ -118,31 +110,27 @@ void Child::send_line(const std::string& line) const {
 }
 
 void Child::close_input() {
-    close_end(input);
+    if (input >= 0) {
+        close(std::exchange(input, -1));
+    }
 }
 
-std::optional<std::string> Child::read_line(std::chrono::milliseconds at_most) {
-    const auto deadline = std::chrono::steady_clock::now() + at_most;
-    for (;;) {
-        const std::size_t end = unread.find('\n');
-        if (end != std::string::npos) {
-            std::string line = unread.substr(0, end);
-            unread.erase(0, end + 1);
-            return line;
-        }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
+std::optional<std::string> Child::read_line(std::chrono::milliseconds silence) {
+    std::size_t end = unread.find('\n');
+    while (end == std::string::npos) {
         pollfd ready{output, POLLIN, 0};
-        if (left.count() <= 0 || poll(&ready, 1, static_cast<int>(left.count())) <= 0) {
-            return std::nullopt;
-        }
         char part[4096];
-        const ssize_t count = read(output, part, sizeof part);
+        const bool spoke = poll(&ready, 1, static_cast<int>(silence.count())) > 0;
+        const ssize_t count = spoke ? read(output, part, sizeof part) : 0;
         if (count <= 0) {
             return std::nullopt;
         }
         unread.append(part, static_cast<std::size_t>(count));
+        end = unread.find('\n');
     }
+    std::string line = unread.substr(0, end);
+    unread.erase(0, end + 1);
+    return line;
 }
 
 void Child::signal(int number) const {

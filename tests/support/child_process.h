@@ -37,7 +37,7 @@ public:
     void close_input();
     /// The next line of its output. Nothing when it ends first or says nothing for so long.
     std::optional<std::string> read_line(
-        std::chrono::milliseconds at_most = std::chrono::seconds(30));
+        std::chrono::milliseconds silence = std::chrono::seconds(30));
     void signal(int number) const;
     /// Waits for its end. \return the exit status, or minus the signal that ended it
     int wait();

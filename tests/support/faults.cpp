@@ -2,7 +2,6 @@
 #include "support/faults.h"
 
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <grp.h>
 #include <pthread.h>
 #include <semaphore.h>
@@ -14,6 +13,8 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdlib>
+#include <new>
 
 namespace nuv_test {
 namespace {
@@ -28,6 +29,8 @@ struct Call_state {
     std::atomic<void (*)(int)> hook{nullptr};
     std::atomic<void*> next{nullptr};
 };
+
+thread_local bool next_new_fails = false;
 
 Call_state states[static_cast<int>(Call::COUNT)];
 
@@ -53,22 +56,17 @@ bool fails(Call call) {
 template <typename Function>
 Function* next(Call call, const char* name) {
     Call_state& state = state_of(call);
-    void* found = state.next;
-    if (found == nullptr) {
-        found = dlsym(RTLD_NEXT, name);
-        state.next = found;
+    if (state.next == nullptr) {
+        state.next = dlsym(RTLD_NEXT, name);
     }
-    return reinterpret_cast<Function*>(found);
-}
-
-// mmap is called while libraries are still being set up, when a search for the next one may not
-// work yet.
-__attribute__((constructor)) void find_mmap() {
-    next<decltype(mmap)>(Call::mmap, "mmap");
-    next<decltype(munmap)>(Call::munmap, "munmap");
+    return reinterpret_cast<Function*>(state.next.load());
 }
 
 }  // namespace
+
+void fail_next_new() {
+    next_new_fails = true;
+}
 
 Faults::Faults() {
     for (Call_state& state : states) {
@@ -97,10 +95,6 @@ int Faults::calls(Call call) const {
     return state_of(call).count;
 }
 
-void Faults::restart_count(Call call) {
-    state_of(call).count = 0;
-}
-
 void Faults::before(Call call, void (*hook)(int)) {
     state_of(call).hook = hook;
 }
@@ -111,74 +105,57 @@ using nuv_test::Call;
 using nuv_test::fails;
 using nuv_test::next;
 
-// A call that answers -1 and errno when it fails.
-#define FORWARD(name, parameters, arguments)                                               \
-    extern "C" int name parameters {                                                       \
-        return fails(Call::name) ? -1 : next<int parameters>(Call::name, #name) arguments; \
+// A call, its parameters and arguments, and what it answers when it fails; errno is set then.
+#define FORWARD(result, name, parameters, arguments, failure)                            \
+    extern "C" result name parameters {                                                  \
+        return fails(Call::name) ? (failure)                                             \
+                                 : next<result parameters>(Call::name, #name) arguments; \
     }
 
-FORWARD(shm_open, (const char* name, int flags, mode_t mode), (name, flags, mode))
-FORWARD(shm_unlink, (const char* name), (name))
-FORWARD(ftruncate, (int fd, off_t length) noexcept, (fd, length))
-FORWARD(fchown, (int fd, uid_t owner, gid_t group) noexcept, (fd, owner, group))
-FORWARD(fchmod, (int fd, mode_t mode) noexcept, (fd, mode))
-FORWARD(sem_init, (sem_t * sem, int shared, unsigned value) noexcept, (sem, shared, value))
-FORWARD(sem_wait, (sem_t * sem), (sem))
-FORWARD(sem_trywait, (sem_t * sem) noexcept, (sem))
-FORWARD(sem_timedwait, (sem_t * sem, const timespec* until), (sem, until))
-FORWARD(sem_clockwait, (sem_t * sem, clockid_t clock, const timespec* until), (sem, clock, until))
-FORWARD(sem_post, (sem_t * sem) noexcept, (sem))
-FORWARD(sem_destroy, (sem_t * sem) noexcept, (sem))
-
-// The others have their own ways to fail.
-
-extern "C" void* mmap(void* address, size_t length, int protection, int flags, int fd,
-                      off_t offset) noexcept {
-    if (fails(Call::mmap)) {
-        return MAP_FAILED;
-    }
-    if (nuv_test::state_of(Call::mmap).next == nullptr) {
-        return reinterpret_cast<void*>(
-            syscall(SYS_mmap, address, length, protection, flags, fd, offset));
-    }
-    return next<decltype(mmap)>(Call::mmap, "mmap")(address, length, protection, flags, fd, offset);
-}
-
-extern "C" int munmap(void* address, size_t length) noexcept {
-    if (fails(Call::munmap)) {
-        return -1;
-    }
-    if (nuv_test::state_of(Call::munmap).next == nullptr) {
-        return static_cast<int>(syscall(SYS_munmap, address, length));
-    }
-    return next<decltype(munmap)>(Call::munmap, "munmap")(address, length);
-}
-
-extern "C" int posix_fallocate(int fd, off_t offset, off_t length) {
-    return fails(Call::posix_fallocate)
-               ? errno
-               : next<decltype(posix_fallocate)>(Call::posix_fallocate, "posix_fallocate")(
-                     fd, offset, length);
-}
+FORWARD(int, shm_open, (const char* name, int flags, mode_t mode), (name, flags, mode), -1)
+FORWARD(int, ftruncate, (int fd, off_t length) noexcept, (fd, length), -1)
+FORWARD(int, posix_fallocate, (int fd, off_t from, off_t length), (fd, from, length), errno)
+FORWARD(int, fchown, (int fd, uid_t owner, gid_t group) noexcept, (fd, owner, group), -1)
+FORWARD(int, fchmod, (int fd, mode_t mode) noexcept, (fd, mode), -1)
+FORWARD(group*, getgrnam, (const char* name), (name), nullptr)
+FORWARD(int, sem_init, (sem_t * sem, int shared, unsigned value) noexcept, (sem, shared, value), -1)
+FORWARD(int, sem_wait, (sem_t * sem), (sem), -1)
+FORWARD(int, sem_clockwait, (sem_t * sem, clockid_t clock, const timespec* until),
+        (sem, clock, until), -1)
+FORWARD(int, sem_post, (sem_t * sem) noexcept, (sem), -1)
+FORWARD(int, pthread_create,
+        (pthread_t * thread, const pthread_attr_t* attributes, void* (*body)(void*),
+         void* argument) noexcept,
+        (thread, attributes, body, argument), errno)
 
 extern "C" int fcntl(int fd, int command, ...) {
     va_list arguments;
     va_start(arguments, command);
-    void* argument = va_arg(arguments, void*);
+    void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    return fails(Call::fcntl) ? -1
-                              : next<decltype(fcntl)>(Call::fcntl, "fcntl")(fd, command, argument);
+    return fails(Call::fcntl)
+               ? -1
+               : next<int(int, int, ...)>(Call::fcntl, "fcntl")(fd, command, argument);
 }
 
-extern "C" group* getgrnam(const char* name) {
-    return fails(Call::getgrnam) ? nullptr
-                                 : next<decltype(getgrnam)>(Call::getgrnam, "getgrnam")(name);
+// Called while libraries are still being set up, when a search for the next one may not work yet.
+extern "C" void* mmap(void* address, size_t length, int protection, int flags, int fd,
+                      off_t offset) noexcept {
+    return fails(Call::mmap) ? MAP_FAILED
+                             : reinterpret_cast<void*>(syscall(SYS_mmap, address, length,
+                                                               protection, flags, fd, offset));
 }
 
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                              void* (*body)(void*), void* argument) noexcept {
-    return fails(Call::pthread_create)
-               ? errno
-               : next<decltype(pthread_create)>(Call::pthread_create, "pthread_create")(
-                     thread, attributes, body, argument);
+void* operator new(std::size_t size) {
+    void* const memory = nuv_test::next_new_fails ? nullptr : std::malloc(size);
+    nuv_test::next_new_fails = false;
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
 }

@@ -8,9 +8,7 @@ namespace nuv_test {
 
 enum class Call {
     shm_open,
-    shm_unlink,
     mmap,
-    munmap,
     ftruncate,
     posix_fallocate,
     fchown,
@@ -19,14 +17,14 @@ enum class Call {
     getgrnam,
     sem_init,
     sem_wait,
-    sem_trywait,
-    sem_timedwait,
     sem_clockwait,
     sem_post,
-    sem_destroy,
     pthread_create,
     COUNT
 };
+
+/// The calling thread's next `new`, in whatever library, throws std::bad_alloc.
+void fail_next_new();
 
 /// Faults for as long as this object lives; one at a time. Any thread's calls count, made by
 /// whatever library.
@@ -40,10 +38,9 @@ public:
     /// The n-th call from now (1: the next) fails with `error`. One fault for each call at a time.
     void fail_nth(Call call, int n, int error);
     void fail_always(Call call, int error);
-    /// Calls since this object was made or `restart_count` was called.
+    /// Calls since this object was made.
     int calls(Call call) const;
-    void restart_count(Call call);
-    /// Run before each such call, with its number (1: the first); null removes it.
+    /// Run before each such call, with its number (1: the first).
     void before(Call call, void (*hook)(int number));
 };
 

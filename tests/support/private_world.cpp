@@ -10,7 +10,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -18,8 +17,6 @@ namespace fs = std::filesystem;
 namespace nuv_test {
 namespace {
 
-constexpr char SHM_FOLDER[] = "/dev/shm";
-constexpr char MOUNT_SOURCE[] = "nuv_test";  // by this, a private /dev/shm is known
 constexpr char CONFIG_VARIABLE[] = "NUV_INI_PATH";
 constexpr char AGAIN_VARIABLE[] = "NUV_TEST_STARTED_AGAIN";
 
@@ -36,17 +33,13 @@ bool made_config_folder = false;
 
 void start_again_in_user_namespace(char** argv) {
     setenv(AGAIN_VARIABLE, "1", 1);
-    std::vector<char*> arguments;
-    std::string words[] = {"unshare", "--user", "--map-root-user", "--mount", "/proc/self/exe"};
-    words[4] = fs::read_symlink("/proc/self/exe").string();
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    for (char** argument = argv + 1; *argument != nullptr; ++argument) {
-        arguments.push_back(*argument);
-    }
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
+    const std::string program = fs::read_symlink("/proc/self/exe");
+    std::vector<const char*> words = {"unshare", "--user", "--map-root-user", "--mount",
+                                      program.c_str()};
+    do {
+        words.push_back(*++argv);
+    } while (*argv != nullptr);
+    execvp(words[0], const_cast<char**>(words.data()));
     refuse("cannot run unshare");
 }
 
@@ -60,7 +53,7 @@ void enter_mount_namespace(char** argv) {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
         refuse("cannot make the mounts private");
     }
-    if (mount(MOUNT_SOURCE, SHM_FOLDER, "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") != 0) {
+    if (mount("nuv_test", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") != 0) {
         refuse("cannot mount a /dev/shm");
     }
     if (!shm_is_private()) {
@@ -80,33 +73,18 @@ void make_config_folder() {
     made_config_folder = true;
 }
 
-void empty_folder(const fs::path& folder) {
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        fs::remove_all(entry.path());
-    }
-}
-
 }  // namespace
 
 bool shm_is_private() {
     std::ifstream mounts("/proc/self/mountinfo");
-    std::string source_on_top;
+    bool ours_on_top = false;
     for (std::string line; std::getline(mounts, line);) {
         // id, parent, device, root, mount point, options, tags..., "-", type, source, options
-        std::istringstream words(line);
-        std::string word;
-        std::string mount_point;
-        for (int field = 0; field < 5; ++field) {
-            words >> mount_point;
-        }
-        while (words >> word && word != "-") {
-        }
-        words >> word >> word;
-        if (mount_point == SHM_FOLDER) {
-            source_on_top = word;
+        if (line.find(" /dev/shm ") != std::string::npos) {
+            ours_on_top = line.find(" - tmpfs nuv_test ") != std::string::npos;
         }
     }
-    return source_on_top == MOUNT_SOURCE;
+    return ours_on_top;
 }
 
 void enter_private_world(char** argv) {
@@ -129,8 +107,11 @@ void clear_private_world() {
         errno = EPERM;
         refuse("/dev/shm is the machine's");
     }
-    empty_folder(SHM_FOLDER);
-    empty_folder(config_folder());
+    for (const fs::path& folder : {fs::path("/dev/shm"), fs::path(config_folder())}) {
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+            fs::remove_all(entry.path());
+        }
+    }
 }
 
 std::string config_folder() {

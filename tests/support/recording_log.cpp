@@ -2,28 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
 
 namespace {
 
 std::mutex guard;
-std::vector<nuv_test::Log_line> kept;     // guarded by `guard`
-unsigned int answered_bits = 0xFFFFFFFF;  // guarded by `guard`
+std::vector<nuv_test::Log_line> kept;  // guarded by `guard`
 
-void keep(const CNuv_Log* log, unsigned int level, int source, std::string text) {
+void keep(const nuv_test::Log_line& line) {
     const std::lock_guard<std::mutex> hold(guard);
-    kept.push_back({log, level, source, std::move(text)});
-}
-
-std::string formatted(const char* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
-    va_end(again);
-    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-    return text;
+    kept.push_back(line);
 }
 
 }  // namespace
@@ -42,28 +32,24 @@ void CNuv_Log::writelog(unsigned int level, int source, char const* format, ...)
 }
 
 void CNuv_Log::writelog(unsigned int level, int source, char const* format, va_list arguments) {
-    keep(this, level, source, format != nullptr ? formatted(format, arguments) : "(null)");
+    char text[1024];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    keep({this, level, source, text});
 }
 
 unsigned int CNuv_Log::get_logbits() {
-    const std::lock_guard<std::mutex> hold(guard);
-    return answered_bits;
+    return 0xFFFFFFFF;
 }
 
 void CNuv_Log::set_lib_vers(char const* library, char const* version, char const* build_date) {
-    keep(this, 0, 0, std::string("set_lib_vers: ") + library + ", " + version + ", " + build_date);
+    keep(
+        {this, 0, 0, std::string("set_lib_vers: ") + library + ", " + version + ", " + build_date});
 }
 
 namespace nuv_test {
 
 std::unique_ptr<CNuv_Log> make_log() {
     return std::make_unique<CNuv_Log>(CNuv_Log::Settings{});
-}
-
-Log_record::Log_record(unsigned int logbits) {
-    const std::lock_guard<std::mutex> hold(guard);
-    kept.clear();
-    answered_bits = logbits;
 }
 
 Log_record::~Log_record() {
@@ -92,12 +78,10 @@ std::vector<std::string> Log_record::texts(const CNuv_Log* log) const {
 }
 
 bool Log_record::contains(const std::string& part) const {
-    for (const std::string& text : texts()) {
-        if (text.find(part) != std::string::npos) {
-            return true;
-        }
-    }
-    return false;
+    const std::vector<Log_line> all = lines();
+    return std::any_of(all.begin(), all.end(), [&](const Log_line& line) {
+        return line.text.find(part) != std::string::npos;
+    });
 }
 
 void Log_record::clear() {

@@ -26,8 +26,7 @@ std::unique_ptr<CNuv_Log> make_log();
 /// failed they are printed at its end.
 class Log_record {
 public:
-    /// `logbits` is what `get_logbits` of every log answers. Lines of any level are kept.
-    explicit Log_record(unsigned int logbits = 0xFFFFFFFF);
+    Log_record() { clear(); }
     Log_record(const Log_record&) = delete;
     Log_record& operator=(const Log_record&) = delete;
     ~Log_record();
