@@ -10,14 +10,17 @@ namespace {
 
 using namespace nuv_test;
 
-/// Both verbs answer with this code, a message, and a JSON object that names the state.
+/// All verbs answer with this code, a message, and a JSON object that names the state.
 void expect_state(const std::string& state, int code, const std::vector<std::string>& before = {}) {
-    for (const char* verb : {"list", "status"}) {
-        const Outcome text = run_tool({verb}, before);
-        EXPECT_EQ(text.code, code) << verb;
+    const std::vector<std::vector<std::string>> verbs = {
+        {"list"}, {"status"}, {"who"}, {"show", "1"}};
+    for (std::vector<std::string> words : verbs) {
+        const Outcome text = run_tool(words, before);
+        EXPECT_EQ(text.code, code) << words[0];
         EXPECT_EQ(text.messages.rfind("nuvctl: ", 0), 0u) << text.messages;
-        const Outcome json = run_tool({verb, "--json"}, before);
-        EXPECT_EQ(json.code, code) << verb;
+        words.emplace_back("--json");
+        const Outcome json = run_tool(words, before);
+        EXPECT_EQ(json.code, code) << words[0];
         const nlohmann::json answer = json.json();
         EXPECT_EQ(answer["registry"], state);
         EXPECT_TRUE(answer["problem"].is_string());

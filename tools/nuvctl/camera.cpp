@@ -106,4 +106,12 @@ nlohmann::ordered_json camera_to_json(const Camera& camera) {
             {"backend_word_b", +entry.backend_word_b}};
 }
 
+nlohmann::ordered_json cameras_to_json(const std::vector<Camera>& cameras) {
+    nlohmann::ordered_json json = nlohmann::ordered_json::array();
+    for (const Camera& camera : cameras) {
+        json.push_back(camera_to_json(camera));
+    }
+    return json;
+}
+
 }  // namespace nuvctl

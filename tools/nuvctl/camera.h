@@ -28,5 +28,6 @@ std::string interface_name(const NUV_Device& entry);
 std::string state_word(std::uint32_t status_bits);
 
 nlohmann::ordered_json camera_to_json(const Camera& camera);
+nlohmann::ordered_json cameras_to_json(const std::vector<Camera>& cameras);
 
 }  // namespace nuvctl

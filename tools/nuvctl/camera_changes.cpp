@@ -70,22 +70,6 @@ void add_changes(std::vector<Change>& changes, const Camera* before, const Camer
     add_open_changes(changes, before != nullptr ? before->entry : NUV_Device{}, after);
 }
 
-const char* word(Change_kind kind) {
-    switch (kind) {
-        case Change_kind::gone:
-            return "gone";
-        case Change_kind::appeared:
-            return "appeared";
-        case Change_kind::renamed:
-            return "renamed";
-        case Change_kind::closed:
-            return "closed";
-        case Change_kind::opened:
-            break;
-    }
-    return "opened";
-}
-
 }  // namespace
 
 std::vector<Change> changes_between(const std::vector<Camera>& before,
@@ -102,8 +86,24 @@ std::vector<Change> changes_between(const std::vector<Camera>& before,
     return changes;
 }
 
+const char* word_of(Change_kind kind) {
+    switch (kind) {
+        case Change_kind::gone:
+            return "gone";
+        case Change_kind::appeared:
+            return "appeared";
+        case Change_kind::renamed:
+            return "renamed";
+        case Change_kind::closed:
+            return "closed";
+        case Change_kind::opened:
+            break;
+    }
+    return "opened";
+}
+
 std::string change_text(const Change& change) {
-    return "camera " + std::to_string(change.camera.entry.id) + " " + word(change.kind) + ": " +
+    return "camera " + std::to_string(change.camera.entry.id) + " " + word_of(change.kind) + ": " +
            change.detail;
 }
 

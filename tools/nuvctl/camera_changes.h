@@ -10,6 +10,8 @@ namespace nuvctl {
 
 enum class Change_kind { gone, appeared, renamed, closed, opened };
 
+const char* word_of(Change_kind kind);
+
 struct Change {
     Change_kind kind;
     Camera camera;       ///< as it is now, or as it was when it is gone

@@ -1,3 +1,4 @@
+#include "reading_options.h"
 #include "verb.h"
 
 #include <locale.h>
@@ -21,9 +22,12 @@ struct Verb {
 
 constexpr Verb verbs[] = {
     {"list", "Every camera in the registry (the default)", nuvctl::declare_list},
+    {"show", "One camera with every field", nuvctl::declare_show},
     {"status", "The registry itself: managers, heartbeat, entries, semaphores",
      nuvctl::declare_status},
     {"who", "The processes that are attached or hold a camera", nuvctl::declare_who},
+    {"watch", "The cameras and the registry as they change", nuvctl::declare_watch},
+    {"wait", "Wait until a camera is there, or gone", nuvctl::declare_wait},
     {"run", "Run a device manager in the foreground until interrupted", nuvctl::declare_run},
     {"config", "The configuration: every key, its value and where it comes from",
      nuvctl::declare_config},
@@ -74,7 +78,8 @@ int main(int count, char** words) {
     } catch (const std::exception& error) {
         std::cerr << "nuvctl: " << error.what() << '\n';
     }
-    if (!std::cout.flush()) {
+    // A reader that has seen enough, as in `nuvctl watch | head`, is no failure.
+    if (!std::cout.flush() && !nuvctl::is_output_closed()) {
         std::cerr << "nuvctl: cannot write to standard output\n";
         code = code == Exit::done ? Exit::failure : code;
     }

@@ -21,8 +21,12 @@ struct Reading_options {
 void add_reading_options(CLI::App& arguments, Reading_options& options);
 
 bool is_terminal_output();
+/// Nobody reads standard output any more.
+bool is_output_closed();
 bool wants_color(const Reading_options& options);
 
 void print_json(const nlohmann::ordered_json& document);
+/// On one line, at once.
+void print_json_line(const nlohmann::ordered_json& document);
 
 }  // namespace nuvctl

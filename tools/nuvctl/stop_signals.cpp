@@ -1,7 +1,6 @@
 #include "stop_signals.h"
 
 #include <ctime>
-#include <initializer_list>
 
 namespace nuvctl {
 namespace {
@@ -14,8 +13,13 @@ bool is_ignored(int number) {
 
 }  // namespace
 
-Stop_signals::Stop_signals() {
+Stop_signals::Stop_signals(std::initializer_list<int> others) {
     sigemptyset(&signals);
+    sigemptyset(&not_stopping);
+    for (const int number : others) {
+        sigaddset(&signals, number);
+        sigaddset(&not_stopping, number);
+    }
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     // Blocking would bring back what nohup or a service manager has switched off.
@@ -27,18 +31,29 @@ Stop_signals::Stop_signals() {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
-bool Stop_signals::came_within(std::chrono::milliseconds patience) {
+int Stop_signals::next_within(std::chrono::milliseconds patience) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(patience);
     timespec limit = {};
     limit.tv_sec = seconds.count();
     limit.tv_nsec = std::chrono::nanoseconds(patience - seconds).count();
-    if (sigtimedwait(&signals, nullptr, &limit) < 0) {
-        return false;
+    const int number = sigtimedwait(&signals, nullptr, &limit);
+    if (number < 0) {
+        return 0;
     }
-    // A closed pipe stays closed: whatever is still written must not end the shutdown.
-    sigdelset(&signals, SIGPIPE);
-    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-    return true;
+    if (stops(number)) {
+        // A closed pipe stays closed: whatever is still written must not end the shutdown.
+        sigdelset(&signals, SIGPIPE);
+        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    }
+    return number;
+}
+
+bool Stop_signals::stops(int number) const {
+    return number > 0 && sigismember(&not_stopping, number) == 0;
+}
+
+bool Stop_signals::came_within(std::chrono::milliseconds patience) {
+    return stops(next_within(patience));
 }
 
 void Stop_signals::wait() {

@@ -4,6 +4,7 @@
 #include <signal.h>
 
 #include <chrono>
+#include <initializer_list>
 
 namespace nuvctl {
 
@@ -12,16 +13,21 @@ namespace nuvctl {
 /// pipe that is ignored stays so. Construct it before the first thread.
 class Stop_signals {
 public:
-    Stop_signals();
+    /// `others` are waited for as well, but do not stop.
+    explicit Stop_signals(std::initializer_list<int> others = {});
     Stop_signals(const Stop_signals&) = delete;
     Stop_signals& operator=(const Stop_signals&) = delete;
 
-    /// True when one has come, within `patience`. The next one after that ends the process at once.
+    /// The number of the signal that comes first within `patience`, or 0. A stop signal is the last
+    /// that waits here: the next one ends the process at once.
+    int next_within(std::chrono::milliseconds patience);
+    bool stops(int number) const;
     bool came_within(std::chrono::milliseconds patience);
     void wait();
 
 private:
     sigset_t signals;
+    sigset_t not_stopping;
 };
 
 }  // namespace nuvctl

@@ -52,35 +52,44 @@ std::string colored(const std::string& text, Color color, bool colors) {
     return "\x1b[" + std::to_string(static_cast<int>(color)) + "m" + text + "\x1b[0m";
 }
 
-void print_row(const std::vector<Cell>& row, const std::vector<Column>& columns,
-               const std::vector<std::size_t>& widths, bool colors) {
+std::string line_of(const std::vector<Cell>& row, const std::vector<Column>& columns,
+                    const std::vector<std::size_t>& widths, bool colors) {
+    std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {
         const std::string text = shortened(row[i].text, widths[i]);
         const std::string padding(widths[i] - display_width(text), ' ');
         const bool last = i + 1 == row.size();
-        std::cout << (columns[i].right_aligned ? padding : "")
-                  << colored(text, row[i].color, colors)
-                  << (columns[i].right_aligned || last ? "" : padding)
-                  << (last ? "\n" : std::string(gap, ' '));
+        line += (columns[i].right_aligned ? padding : "") + colored(text, row[i].color, colors) +
+                (columns[i].right_aligned || last ? "" : padding) +
+                (last ? "" : std::string(gap, ' '));
     }
+    return line;
 }
 
 }  // namespace
 
-void Table::print(bool headings, bool colors, std::size_t width) const {
+std::vector<std::string> Table::lines(bool headings, bool colors, std::size_t width) const {
     std::vector<std::size_t> widths = natural_widths(*this, headings);
     if (width > 0) {
         fit(widths, columns, width);
     }
+    std::vector<std::string> result;
     if (headings) {
         std::vector<Cell> titles;
         for (const Column& column : columns) {
             titles.push_back({column.title, Color::bold});
         }
-        print_row(titles, columns, widths, colors);
+        result.push_back(line_of(titles, columns, widths, colors));
     }
     for (const std::vector<Cell>& row : rows) {
-        print_row(row, columns, widths, colors);
+        result.push_back(line_of(row, columns, widths, colors));
+    }
+    return result;
+}
+
+void Table::print(bool headings, bool colors, std::size_t width) const {
+    for (const std::string& line : lines(headings, colors, width)) {
+        std::cout << line << '\n';
     }
 }
 

@@ -27,7 +27,8 @@ struct Table {
     std::vector<Column> columns;
     std::vector<std::vector<Cell>> rows;
 
-    /// `width` 0: as wide as it needs.
+    /// One for each row, without their ends. `width` 0: as wide as it needs.
+    std::vector<std::string> lines(bool headings, bool colors, std::size_t width) const;
     void print(bool headings, bool colors, std::size_t width) const;
 };
 

@@ -17,7 +17,10 @@ Action declare_config(CLI::App& arguments);
 Action declare_list(CLI::App& arguments);
 Action declare_open(CLI::App& arguments);
 Action declare_run(CLI::App& arguments);
+Action declare_show(CLI::App& arguments);
 Action declare_status(CLI::App& arguments);
+Action declare_wait(CLI::App& arguments);
+Action declare_watch(CLI::App& arguments);
 Action declare_who(CLI::App& arguments);
 
 }  // namespace nuvctl
