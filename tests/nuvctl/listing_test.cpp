@@ -141,7 +141,7 @@ TEST(Arguments, MistakesAnswerTwoAndHelpAnswersZero) {
     for (const std::vector<std::string>& words : mistakes) {
         EXPECT_EQ(run_tool(words).code, 2) << words.back();
     }
-    for (const char* verb : {"list", "status", "run", "open"}) {
+    for (const char* verb : {"list", "show", "status", "watch", "wait", "who", "run", "open"}) {
         const Outcome help = run_tool({verb, "--help"});
         EXPECT_EQ(help.code, 0);
         EXPECT_FALSE(help.lines.empty());

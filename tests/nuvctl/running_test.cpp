@@ -5,8 +5,11 @@
 #include "support/private_world.h"
 
 #include <gtest/gtest.h>
-#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 
@@ -117,18 +120,74 @@ TEST_F(Running, OpenNamesWhyACameraIsNotThere) {
     expect_orderly_end(manager, SIGTERM);
 }
 
-TEST_F(Running, OpenCanBeInterruptedWhileADeadProcessHoldsTheUpdateLock) {
+NUV_Devlist_Shm registry_with_update_held() {
     NUV_Devlist_Shm registry = empty_registry();
     sem_t held;
     sem_init(&held, 1, 0);
     registry.sem_update = held;
-    publish(registry);
-    const std::string before = published_bytes();
+    return registry;
+}
+
+TEST_F(Running, OpenCanBeInterruptedWhileALivingProcessHoldsTheUpdateLock) {
+    publish(registry_with_update_held());
+    Child holder = Child::in_role("attached to a hand-made registry");
+    EXPECT_EQ(holder.read_line(), "attached");
     Child tool({"/bin/sh", "-c", "exec \"$0\" open 1 2>&1", tool_path()});
     expect_line(tool, {"waiting", "sem_update"});
     tool.signal(SIGINT);
     EXPECT_EQ(tool.wait(), 1);
-    EXPECT_EQ(published_bytes(), before);
+}
+
+TEST_F(Running, OpenOutlivesADeadHolderOfTheUpdateLock) {
+    publish(registry_with_update_held());
+    EXPECT_EQ(run_tool({"open", "1"}).code, 3);
+}
+
+TEST_F(Running, OpenThatIsInterruptedClosesWhatItOpened) {
+    write_ini("nuv_cameras", std::string(left_camera) + "open_delay_ms = 2000\n");
+    Child manager = start({"run"});
+    expect_line(manager, {"appeared", "101"});
+    Child tool({"/bin/sh", "-c", "exec \"$0\" open \"$1\" 2>&1", tool_path(), id_of(101)});
+    std::string held;
+    while (held != "held") {
+        held = run_tool({"status", "--json", "--watch", "0.3"})
+                   .json()["semaphores"]["sem_update"]["state"];
+    }
+    tool.signal(SIGINT);
+    expect_line(tool, {"interrupted"});
+    EXPECT_EQ(tool.wait(), 1);
+    EXPECT_EQ(run_tool({"show", "sn:101", "--json"}).json()["cameras"][0]["state"], "present");
+    expect_orderly_end(manager, SIGTERM);
+}
+
+TEST_F(Running, ServiceManagerHearsOfReadinessAndEnd) {
+    const int channel = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string name = "nuv_test." + std::to_string(getpid());
+    name.copy(address.sun_path + 1, name.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    ASSERT_EQ(bind(channel, reinterpret_cast<sockaddr*>(&address), length), 0);
+    setenv("NOTIFY_SOCKET", ("@" + name).c_str(), 1);
+    const auto heard = [channel] {
+        char text[64];
+        const ssize_t count = recv(channel, text, sizeof text, 0);
+        return std::string(text, count > 0 ? static_cast<std::size_t>(count) : 0);
+    };
+    Child manager = start({"run"});
+    EXPECT_EQ(heard(), "READY=1");
+    EXPECT_EQ(run_tool({"list"}).code, 0);
+    expect_orderly_end(manager, SIGTERM);
+    EXPECT_EQ(heard(), "STOPPING=1");
+    close(channel);
+}
+
+TEST_F(Running, SharedMemoryThatMayNotBeWrittenAnswersFive) {
+    const std::filesystem::path shm = "/dev/shm";
+    std::filesystem::permissions(shm, std::filesystem::perms(0555));
+    EXPECT_EQ(run_tool({"run"}, {"setpriv", "--bounding-set=-dac_override,-dac_read_search"}).code,
+              5);
+    std::filesystem::permissions(shm, std::filesystem::perms(01777));
 }
 
 TEST_F(Running, ConfigFileReplacesTheOneThatWouldBeFound) {

@@ -20,8 +20,10 @@ Exit start() {
     }
     const bool permitted = may_attach();
     std::cerr << "nuvctl: the device manager cannot start: "
-              << (permitted ? result_text(code)
-                            : result_text(code) + ": no permission to write to the registry")
+              << (permitted
+                      ? result_text(code)
+                      : result_text(code) +
+                            ": no permission to write to the registry or to create it in /dev/shm")
               << '\n';
     return permitted ? Exit::failure : Exit::permission;
 }

@@ -166,7 +166,10 @@ std::int64_t heartbeat_age(const Registry_view& view) {
 
 bool may_attach() {
     const Descriptor descriptor(shm_open(NUV_SHM_NAME, O_RDWR | O_NONBLOCK, 0));
-    return descriptor.number >= 0 || errno != EACCES;
+    if (descriptor.number < 0 && errno == ENOENT) {
+        return access("/dev/shm", W_OK | X_OK) == 0 || (errno != EACCES && errno != EROFS);
+    }
+    return descriptor.number >= 0 || (errno != EACCES && errno != EROFS);
 }
 
 int value_of(sem_t copy) {

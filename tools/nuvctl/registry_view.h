@@ -41,7 +41,7 @@ Registry_view look_at_registry(int descriptor);
 /// Seconds since the heartbeat; negative when it lies in the future.
 std::int64_t heartbeat_age(const Registry_view& view);
 
-/// Whether this user may attach, which takes more than to look.
+/// Whether this user may attach, which takes more than to look; or create, where there is none.
 bool may_attach();
 
 /// The value of a semaphore that was copied out of the region: 0 while it is held.

@@ -1,4 +1,5 @@
 #include "camera_changes.h"
+#include "interruptible.h"
 #include "manager_session.h"
 #include "process_text.h"
 #include "registry_report.h"
@@ -67,30 +68,33 @@ bool closed(unsigned int id, const char* what, unsigned int code) {
     return code == NUV_NOERROR;
 }
 
-/// A process that died may hold `sem_update` for good, and our manager's scans, opens and end would
-/// wait for it without end: wait here, before it starts, where one can be interrupted.
-/// \return `Exit::done` when the registry is live and the semaphore free
-Exit wait_for_turn(Stop_signals& signals) {
+/// Ids are handed out anew when a registry is created or cleared: without a live one, the id that
+/// was asked for means nothing.
+Exit require_live_registry() {
+    const Registry_view view = look_at_registry();
+    report_problem(view);
+    return exit_code_for(view.state);
+}
+
+/// An open waits for `sem_update` where it cannot be interrupted, and a living process may hold it
+/// for long: so the wait is here. A dead holder's is freed by our manager's scans in a second.
+/// \return `Exit::done` when the semaphore was seen free
+Exit wait_for_turn(int registry, Stop_signals& signals) {
+    constexpr std::chrono::milliseconds pause(50);
     for (int tries = 0; tries < 600; ++tries) {
-        const Registry_view view = look_at_registry();
-        // Ids are handed out anew when a registry is created or cleared: without a live one, the
-        // id that was asked for means nothing.
-        if (view.state != Registry_state::live) {
-            report_problem(view);
-            return exit_code_for(view.state);
-        }
-        if (value_of(view.bytes->sem_update) > 0) {
+        const Registry_view view = look_at_registry(registry);
+        if (!view.bytes || value_of(view.bytes->sem_update) > 0) {
             return Exit::done;
         }
-        if (tries == 10) {
-            std::cerr << "nuvctl: waiting: another process holds sem_update\n";
+        if (tries == 40) {
+            std::cerr << "nuvctl: waiting: sem_update is held\n";
         }
-        if (signals.came_within(std::chrono::milliseconds(50))) {
-            std::cerr << "nuvctl: interrupted while another process held sem_update\n";
+        if (signals.came_within(pause)) {
+            std::cerr << "nuvctl: interrupted while sem_update was held\n";
             return Exit::failure;
         }
     }
-    std::cerr << "nuvctl: another process has held sem_update for 30 s\n";
+    std::cerr << "nuvctl: sem_update has been held at every look for 30 s\n";
     return Exit::timeout;
 }
 
@@ -98,37 +102,66 @@ void announce(unsigned int id) {
     std::cout << "camera " << id << " is open: " << description(look_up(id)) << std::endl;
 }
 
-Exit hold(unsigned int id, Stop_signals& signals) {
+/// A camera's two open devices.
+struct Devices {
     CNuv_grab* grab = nullptr;
-    const unsigned int grab_code = nuv_dev_manager->open_grab_device_from_id(id, &grab);
+    CNuv_com* com = nullptr;
+};
+
+Exit open_devices(unsigned int id, Devices& devices) {
+    const unsigned int grab_code = nuv_dev_manager->open_grab_device_from_id(id, &devices.grab);
     if (grab_code != NUV_NOERROR) {
         return report_refusal(id, "the grabber", grab_code);
     }
-    CNuv_com* com = nullptr;
-    const unsigned int com_code = nuv_dev_manager->open_com_device_from_id(id, &com);
+    const unsigned int com_code = nuv_dev_manager->open_com_device_from_id(id, &devices.com);
     if (com_code != NUV_NOERROR) {
-        closed(id, "the grabber", nuv_dev_manager->close_grab_device(grab));
+        closed(id, "the grabber", nuv_dev_manager->close_grab_device(devices.grab));
         return report_refusal(id, "the communication", com_code);
+    }
+    return Exit::done;
+}
+
+Exit close_devices(unsigned int id, const Devices& devices) {
+    const bool com_closed =
+        closed(id, "the communication", nuv_dev_manager->close_com_device(devices.com));
+    const bool grab_closed =
+        closed(id, "the grabber", nuv_dev_manager->close_grab_device(devices.grab));
+    return com_closed && grab_closed ? Exit::done : Exit::failure;
+}
+
+Exit hold(unsigned int id, Stop_signals& signals) {
+    Devices devices;
+    Exit result = Exit::failure;
+    const bool interrupted = run_interruptibly(
+        signals, "interrupted: the open is let finish; a second signal ends nuvctl at once",
+        [&] { result = open_devices(id, devices); });
+    if (result != Exit::done) {
+        return result;
+    }
+    if (interrupted) {
+        close_devices(id, devices);
+        return Exit::failure;
     }
     announce(id);
     signals.wait();
-    const bool com_closed = closed(id, "the communication", nuv_dev_manager->close_com_device(com));
-    const bool grab_closed = closed(id, "the grabber", nuv_dev_manager->close_grab_device(grab));
-    if (!com_closed || !grab_closed) {
-        return Exit::failure;
+    result = close_devices(id, devices);
+    if (result == Exit::done) {
+        std::cout << "camera " << id << " is closed" << std::endl;
     }
-    std::cout << "camera " << id << " is closed" << std::endl;
-    return Exit::done;
+    return result;
 }
 
 Exit open_camera(const Request& request) {
     Stop_signals signals;
-    const Exit turn = wait_for_turn(signals);
-    if (turn != Exit::done) {
-        return turn;
+    if (const Exit live = require_live_registry(); live != Exit::done) {
+        return live;
     }
     const Manager_session session(request.config);
-    return session.started() == Exit::done ? hold(request.id, signals) : session.started();
+    if (session.started() != Exit::done) {
+        return session.started();
+    }
+    const Exit turn = wait_for_turn(session.registry(), signals);
+    return turn == Exit::done ? hold(request.id, signals) : turn;
 }
 
 }  // namespace
@@ -143,7 +176,8 @@ Action declare_open(CLI::App& arguments) {
     arguments.footer(
         "Opens the grabber and the communication device, and closes them at SIGINT or SIGTERM.\n"
         "Exit code 3 when no such camera is there, 4 when it is in use, 7 when no device manager\n"
-        "runs: ids mean nothing then.\n"
+        "runs: ids mean nothing then; 6 when sem_update was held for 30 s. Interrupted before the\n"
+        "camera is open: 1.\n"
         "Example:\n"
         "  nuvctl open 3");
     return [request] { return open_camera(*request); };

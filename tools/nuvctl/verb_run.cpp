@@ -3,6 +3,7 @@
 #include "manager_session.h"
 #include "registry_report.h"
 #include "registry_view.h"
+#include "service_notice.h"
 #include "stop_signals.h"
 #include "verb.h"
 
@@ -48,11 +49,17 @@ void announce_start() {
 /// Prints what changes in the registry until told to stop.
 void follow(int registry, Stop_signals& signals) {
     std::vector<Camera> known;
+    std::string problem;
     bool named = true;
     do {
         const Registry_view view = look_at_registry(registry);
-        if (!view.bytes) {
-            report_problem(view);
+        if (view.bytes) {
+            problem.clear();
+        } else {
+            if (problem != view.problem) {
+                report_problem(view);
+                problem = view.problem;
+            }
             continue;
         }
         std::vector<Camera> cameras = cameras_in(*view.bytes);
@@ -75,7 +82,9 @@ Exit run(const std::string& config) {
             return session.started();
         }
         announce_start();
+        tell_service_manager("READY=1");
         follow(session.registry(), signals);
+        tell_service_manager("STOPPING=1");
     }
     std::cout << "device manager " << getpid() << " has stopped" << std::endl;
     return Exit::done;
@@ -90,6 +99,7 @@ Action declare_run(CLI::App& arguments) {
     arguments.footer(
         "Prints a line for each camera that appears, goes, is opened, closed or renamed. It looks\n"
         "four times a second: what comes and goes faster is not seen.\n"
+        "Started as a service of type notify, it says when it is ready and when it stops.\n"
         "SIGINT or SIGTERM shuts the manager down in order; a second one ends it at once.\n"
         "Example:\n"
         "  nuvctl run --config ./nuv_devicemgr.ini");
