@@ -17,8 +17,8 @@ int Rw_watch::wait(sem_t* semaphore, Waiting& waiting) {
     }
     waiting.begin();
     const std::chrono::seconds tolerance(manager.m_difftime);
-    for (;;) {
-        const Slice end = wait_one_slice(semaphore);
+    for (;; waiting.begin_next_slice()) {
+        const Slice end = wait_one_slice(semaphore, waiting.end_of_slice());
         if (end != Slice::too_short) {
             return end == Slice::acquired ? 0 : -1;
         }
@@ -34,10 +34,13 @@ int Rw_watch::wait(sem_t* semaphore, Waiting& waiting) {
 }
 
 /// The heartbeat is tested inside the gate and stored before the post: of many that wait, one
-/// posts.
+/// posts. A holder that is a thread of this manager lives.
 bool Rw_watch::free_if_lost() {
     constexpr char op[] = "wait";
     constexpr std::chrono::seconds patience(1);
+    if (relaxed_load(manager.sema_rw->wait_called) != 0) {
+        return false;
+    }
     NUV_Devlist_Shm* const region = manager.devlist_shm;
     const std::lock_guard<std::mutex> one_thread(freeing);
     Gate gate(manager.m_hMem);

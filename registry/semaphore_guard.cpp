@@ -1,12 +1,19 @@
 #include "registry/semaphore_guard.h"
 
+#include "registry/sliced_wait.h"
+
 namespace nuv {
 
 void Waiting::begin() {
     if (!begun) {
         begun = true;
         start = std::chrono::steady_clock::now();
+        slice_end = start + slice_length;
     }
+}
+
+void Waiting::begin_next_slice() {
+    slice_end = std::chrono::steady_clock::now() + slice_length;
 }
 
 std::chrono::milliseconds Waiting::waited() const {

@@ -31,10 +31,16 @@ public:
     bool go_on();
     void freed_from_dead_holder();
 
+    /// It waits in slices and looks around after each. One that a signal cuts short goes on in the
+    /// next call, or signals that come often enough would keep it from ever looking.
+    std::chrono::steady_clock::time_point end_of_slice() const { return slice_end; }
+    void begin_next_slice();
+
 private:
     Patience* const patience;
     bool begun = false;
     std::chrono::steady_clock::time_point start;
+    std::chrono::steady_clock::time_point slice_end;
 };
 
 class Semaphore_guard {

@@ -15,17 +15,12 @@
 namespace nuv {
 namespace {
 
-timespec monotonic_after_one_slice() {
-    constexpr long slice = 250'000'000;
-    constexpr long second = 1'000'000'000;
-    timespec end{};
-    clock_gettime(CLOCK_MONOTONIC, &end);
-    end.tv_nsec += slice;
-    if (end.tv_nsec >= second) {
-        end.tv_nsec -= second;
-        ++end.tv_sec;
-    }
-    return end;
+/// Of the monotonic clock, which is the steady one's.
+timespec to_timespec(Deadline moment) {
+    const auto since_start = moment.time_since_epoch();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since_start);
+    const std::chrono::nanoseconds rest = since_start - seconds;
+    return {static_cast<time_t>(seconds.count()), static_cast<long>(rest.count())};
 }
 
 /// The thread sanitizer of this compiler knows `sem_wait`, but not `sem_clockwait`.
@@ -43,10 +38,10 @@ bool is_free(sem_t* semaphore) {
     return value > 0;
 }
 
-Slice wait_one_slice(sem_t* semaphore) {
+Slice wait_one_slice(sem_t* semaphore, Deadline end) {
     mend_semaphore(semaphore);
-    const timespec end = monotonic_after_one_slice();
-    if (sem_clockwait(semaphore, CLOCK_MONOTONIC, &end) == 0) {
+    const timespec until = to_timespec(end);
+    if (sem_clockwait(semaphore, CLOCK_MONOTONIC, &until) == 0) {
         note_acquired(semaphore);
         return Slice::acquired;
     }
@@ -54,7 +49,8 @@ Slice wait_one_slice(sem_t* semaphore) {
 }
 
 Slices wait_in_slices(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, Deadline deadline) {
-    while (wait_one_slice(sem_rw_of(region)) != Slice::acquired) {
+    const auto next_slice = [] { return std::chrono::steady_clock::now() + slice_length; };
+    while (wait_one_slice(sem_rw_of(region), next_slice()) != Slice::acquired) {
         if (looks_stale(manager, region)) {
             return Slices::stale;
         }

@@ -7,6 +7,8 @@
 
 #include <semaphore.h>
 
+#include <chrono>
+
 namespace nuv {
 
 /// Whether a wait that starts now finds the semaphore free.
@@ -14,8 +16,10 @@ bool is_free(sem_t* semaphore);
 
 enum class Slice { acquired, too_short, failed };
 
-/// One slice of 250 ms. `failed` leaves the reason in `errno`, a signal among others.
-Slice wait_one_slice(sem_t* semaphore);
+constexpr std::chrono::milliseconds slice_length(250);
+
+/// Waits until then. `failed` leaves the reason in `errno`, a signal among others.
+Slice wait_one_slice(sem_t* semaphore, Deadline end);
 
 enum class Slices { acquired, stale, late };
 

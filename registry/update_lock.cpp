@@ -77,9 +77,10 @@ bool Update_lock::take(Waiting& waiting) {
 /// even later, its post is one too many.
 int Update_lock::outwait_holder(sem_t* semaphore, Waiting& waiting) {
     waiting.begin();
-    Slice end = wait_one_slice(semaphore);
+    Slice end = wait_one_slice(semaphore, waiting.end_of_slice());
     bool freed = false;
-    for (; end == Slice::too_short; end = wait_one_slice(semaphore)) {
+    for (; end == Slice::too_short; end = wait_one_slice(semaphore, waiting.end_of_slice())) {
+        waiting.begin_next_slice();
         if (!waiting.go_on()) {
             return time_out();
         }

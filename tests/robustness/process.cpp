@@ -3,6 +3,7 @@
 #include "step_calls.h"
 
 #include <sys/prctl.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,6 +35,15 @@ void keep_slowest(std::atomic<long>& slowest, long took) {
 long milliseconds_since(Clock::time_point start) {
     return static_cast<long>(
         std::chrono::duration_cast<milliseconds>(Clock::now() - start).count());
+}
+
+void interrupt_often() {
+    struct sigaction nothing {};
+    nothing.sa_handler = [](int) {};
+    sigaction(SIGALRM, &nothing, nullptr);
+    const timeval period{0, 100'000};
+    const itimerval timer{period, period};
+    setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
 Process::Process(const std::function<int()>& body) {

@@ -62,6 +62,9 @@ bool wait_for(milliseconds at_most, Condition holds) {
 void keep_slowest(std::atomic<long>& slowest, long took);
 long milliseconds_since(Clock::time_point start);
 
+/// From now on a signal is handled ten times a second, which cuts system calls short.
+void interrupt_often();
+
 /// A forked process. It is killed when this object goes, and when its parent ends.
 class Process {
 public:
