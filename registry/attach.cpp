@@ -82,9 +82,18 @@ bool clear_if_stale(Attempt& attempt) {
     return stale;
 }
 
+/// With the gate held. Turns back to shared presence in one step.
+bool is_alone(const Attempt& attempt) {
+    const int fd = attempt.held->fd();
+    return claim_presence(fd) && share_presence(fd);
+}
+
 /// Acquires `sem_rw`. A dead holder is found by the heartbeat that nobody can refresh any more; the
-/// registry is then cleared, which frees the semaphore.
+/// registry is then cleared, which frees the semaphore. A heartbeat may also be old with everybody
+/// alive: where others are attached, the holder gets time for its work.
 bool acquire_sem_rw(Attempt& attempt, Deadline deadline, bool& cleared) {
+    constexpr auto longest_work = 3s;
+    const Deadline end_of_work = std::chrono::steady_clock::now() + longest_work;
     for (;;) {
         const Slices end = wait_in_slices(attempt.manager, attempt.region(), deadline);
         if (end == Slices::acquired) {
@@ -93,7 +102,9 @@ bool acquire_sem_rw(Attempt& attempt, Deadline deadline, bool& cleared) {
         if (end == Slices::late || !attempt.gate.acquire(deadline)) {
             return false;
         }
-        cleared = clear_if_stale(attempt) || cleared;
+        if (std::chrono::steady_clock::now() > end_of_work || is_alone(attempt)) {
+            cleared = clear_if_stale(attempt) || cleared;
+        }
         attempt.gate.release();
     }
 }
