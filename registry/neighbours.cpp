@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 namespace nuv {
 namespace {
@@ -75,26 +76,38 @@ Sight look_at(int folder, const char* descriptor, const struct stat& region) {
     return same ? Sight::the_region : Sight::something_else;
 }
 
-/// Of a process that cannot be looked into. Whoever is attached has touched the region, which
-/// counts as a shared-memory page. What is hidden from root is outside its container.
-bool may_share_memory(const char* process) {
-    if (geteuid() == 0) {
-        return false;
-    }
+/// A line of the process's status. Nothing, with the reason in `errno`, when it can't be read.
+std::optional<unsigned long> status_of(const char* process, const char* format) {
     char path[path_size];
     std::snprintf(path, sizeof path, "/proc/%.20s/status", process);
     const File status(std::fopen(path, "re"));
     if (status == nullptr) {
-        return !is_gone(errno);
+        return std::nullopt;
     }
     char line[256];
     while (std::fgets(line, sizeof line, status.get()) != nullptr) {
-        unsigned long kilobytes = 0;
-        if (std::sscanf(line, "RssShmem: %lu", &kilobytes) == 1) {
-            return kilobytes > 0;
+        unsigned long number = 0;
+        if (std::sscanf(line, format, &number) == 1) {
+            return number;
         }
     }
-    return false;
+    return 0;
+}
+
+/// Root may lack the right to look into others, as in many containers.
+bool may_look_into_all() {
+    constexpr unsigned long trace_capability = 1UL << 19U;
+    return (status_of("self", "CapEff: %lx").value_or(0) & trace_capability) != 0;
+}
+
+/// Of a process that cannot be looked into. Whoever is attached has touched the region, which
+/// counts as a shared-memory page. What is hidden from the almighty is outside their container.
+bool may_share_memory(const char* process) {
+    if (may_look_into_all()) {
+        return false;
+    }
+    const auto kilobytes = status_of(process, "RssShmem: %lu");
+    return kilobytes.has_value() ? *kilobytes > 0 : !is_gone(errno);
 }
 
 bool may_be_old_neighbour(const char* process, const struct stat& region) {
@@ -124,7 +137,9 @@ bool may_be_old_neighbour(const char* process, const struct stat& region) {
 bool may_have_old_neighbours(int region_fd) {
     struct stat region {};
     const Folder processes(opendir("/proc"));
-    if (processes == nullptr || fstat(region_fd, &region) != 0) {
+    // Every system has a first process: where it is not to be seen, others are hidden as well.
+    const bool sees_all = access("/proc/1", F_OK) == 0;
+    if (processes == nullptr || !sees_all || fstat(region_fd, &region) != 0) {
         return true;
     }
     while (const dirent* const entry = readdir(processes.get())) {
