@@ -8,6 +8,7 @@
 #include <nuvkit/ini.h>
 #include <nuvkit/log.h>
 
+#include <atomic>
 #include <chrono>
 #include <new>
 #include <thread>
@@ -69,9 +70,12 @@ void delete_backends(CNuv_device_manager& manager, const char* op) {
 }
 
 /// What `Close` and the destructor have in common.
-void shut_down(CNuv_device_manager& manager, const char* op, std::chrono::milliseconds pause) {
+void shut_down(CNuv_device_manager& manager, const char* op, std::chrono::milliseconds pause,
+               std::atomic<std::chrono::steady_clock::time_point>& shutdown_due) {
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: ", op);
     manager.stop_threads();
+    // Not before: a running pass may take longer.
+    shutdown_due = std::chrono::steady_clock::now() + longest_wait;
     close_left_open_devices(manager, op);
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: before sleep", op);
     std::this_thread::sleep_for(pause);
@@ -81,15 +85,13 @@ void shut_down(CNuv_device_manager& manager, const char* op, std::chrono::millis
 }  // namespace
 
 void CNuv_device_manager::Close() {
-    shutdown_due = std::chrono::steady_clock::now() + longest_wait;
-    shut_down(*this, "Close", 20ms);
+    shut_down(*this, "Close", 20ms, shutdown_due);
     shutdown_due = std::chrono::steady_clock::time_point::max();
 }
 
 CNuv_device_manager::~CNuv_device_manager() {
     constexpr char op[] = "~CNuv_device_manager";
-    shutdown_due = std::chrono::steady_clock::now() + longest_wait;
-    shut_down(*this, op, 100ms);
+    shut_down(*this, op, 100ms, shutdown_due);
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: delete shm_mgr of CNuv_device_manager", op);
     shm_mgr.reset();
     if (cdevlog != nullptr) {

@@ -120,7 +120,8 @@ void CNuv_device_manager::time_stamp_thread() {
 
 unsigned int CNuv_device_manager::stop_threads() {
     constexpr char op[] = "stop_threads";
-    if (threads_alive != 0 && threads_process != getpid()) {
+    const bool has_threads = threads_alive != 0 || thread_scan.joinable() || thread_time.joinable();
+    if (has_threads && threads_process != getpid()) {
         forget_threads_of_parent(*this, threads_alive);
     }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: thread_scan_run %s", op, text_of(thread_scan_run));

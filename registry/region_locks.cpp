@@ -23,7 +23,8 @@ Lock_answer try_lock(int fd, short type, off_t first, off_t length) {
     if (fcntl(fd, F_OFD_SETLK, &lock) == 0) {
         return Lock_answer::taken;
     }
-    return errno == EAGAIN || errno == EACCES ? Lock_answer::busy : Lock_answer::unknown;
+    // Only a kernel without such locks says EINVAL; a full table of locks, for one, will pass.
+    return errno == EINVAL ? Lock_answer::unknown : Lock_answer::busy;
 }
 
 /// False only when somebody else holds the lock.

@@ -13,15 +13,16 @@ public:
     Sem_hold& operator=(const Sem_hold&) = delete;
     ~Sem_hold() { release(); }
 
-    /// False when the system refused the wait; the operation goes on all the same.
+    /// False when the system refused the wait; the operation goes on all the same, and posts
+    /// nothing: another thread may hold the semaphore through the same wrapper.
     bool is_acquired() const { return acquired; }
 
     /// Gives the semaphore back early, where a line is to be written after the post.
     void release() {
-        if (access != nullptr) {
+        if (acquired && access != nullptr) {
             access->post();
-            access = nullptr;
         }
+        access = nullptr;
     }
 
 private:

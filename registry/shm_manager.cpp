@@ -54,10 +54,10 @@ unsigned int until_settled(CNuv_shm_manager& manager, const char* op, Try attemp
 
 /// Looks whether the region is there, and goes the way that fits.
 Outcome probe_and_try(CNuv_shm_manager& manager, const char* op, Deadline deadline) {
-    constexpr mode_t everybody = 0666;
-    const int probe = shm_open(NUV_SHM_NAME, O_RDWR, everybody);
-    if (probe >= 0) {
-        close(probe);
+    // An attachment, so that no forked child keeps the descriptor.
+    Attachment probe;
+    if (probe.open(O_RDWR)) {
+        probe.close();
         return try_attach(manager, deadline, When_absent::start_over);
     }
     const int error = errno;
