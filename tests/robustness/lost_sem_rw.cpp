@@ -91,6 +91,7 @@ int wait_for_camera(Waiting& board, Tally& tally, bool adds_camera) {
     if (!wait_for(machine_slack, [] { return sem_rw_value() == 0; })) {
         return 1;
     }
+    interrupt_often();
     const auto start = Clock::now();
     NUV_Device found{};
     const unsigned int result = manager->get_nuvdevice_from_serialnumber(serial, found);
@@ -121,6 +122,9 @@ void those_already_waiting(Tally& tally) {
 void living_holder(Tally& /*tally*/) {
     Member member;
     member.wait_until_attached(attach_bound, "a member");
+    // As where nobody has a time-stamp thread: too old within the holder's time.
+    member.pause("a member");
+    age_heartbeat(tolerance.count() - 1);
     Process holder = start_holder(std::chrono::seconds(3));
     Member newcomer;
     while (holder.look() != Process::State::ended) {
@@ -139,11 +143,32 @@ void living_holder(Tally& /*tally*/) {
     member.wait_until_left("a member");
 }
 
+/// A thread of the same manager has it for longer than the tolerance, and lives.
+void holder_in_the_same_manager(Tally& /*tally*/) {
+    const auto manager = make_manager();
+    manager->Initialize();
+    manager->sema_rw->wait();
+    std::atomic<bool> refreshed{false};
+    std::thread heartbeat([&] {
+        manager->update_time_stamp();
+        refreshed = true;
+    });
+    std::this_thread::sleep_for(attach_bound + std::chrono::seconds(1));
+    const bool robbed = refreshed;
+    manager->sema_rw->post();
+    heartbeat.join();
+    if (robbed || sem_rw_value() != 1) {
+        fail("sem_rw was taken from a thread of the same manager, or is %d after it",
+             sem_rw_value());
+    }
+}
+
 }  // namespace
 
 bool run_lost_sem_rw(int rounds) {
     constexpr void (*cases[])(Tally&) = {lone_newcomer, newcomers_that_give_up,
-                                         those_already_waiting, living_holder};
+                                         those_already_waiting, living_holder,
+                                         holder_in_the_same_manager};
     constexpr int kinds = static_cast<int>(std::size(cases));
     const int count = kinds * (rounds > 0 ? rounds : 1);
     const Shared<Tally> tally;

@@ -14,6 +14,10 @@
 #include <nuv/iftype.h>
 #include <nuv/result.h>
 
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <iterator>
@@ -88,10 +92,13 @@ void wait_for_flag(const std::atomic<bool>& flag, milliseconds at_most, const ch
 
 constexpr milliseconds start_bound = 10s;
 
+void do_nothing() {}
+
 /// Opens the camera when it is told to.
-Process start_opener(Board& board) {
-    Process opener([&board] {
+Process start_opener(Board& board, void (*prepare)() = do_nothing) {
+    Process opener([&board, prepare] {
         const auto manager = start_manager(board);
+        prepare();
         board.ready = true;
         wait_for_flag(board.go, 30s, "an opener is not told to go");
         const auto start = Clock::now();
@@ -152,7 +159,7 @@ void see_recovery(Board& opener, Tally& tally) {
 void killed_holder(Tally& tally, Work work) {
     const Shared<Board> holding;
     const Shared<Board> opening;
-    const Process opener = start_opener(*opening);
+    const Process opener = start_opener(*opening, interrupt_often);
     Process holder = start_holder(*holding, work);
     holder.kill();
     if (sem_update_value() != 0) {
@@ -201,6 +208,29 @@ void old_neighbour(Tally& tally) {
     }
     first.kill();
     see_recovery(*opening, tally);
+}
+
+/// Root without the right to look into others, as in many containers.
+void give_up_looking_into_others() {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct rights[_LINUX_CAPABILITY_U32S_3]{};
+    syscall(SYS_capget, &header, rights);
+    rights[0].effective &= ~(1U << CAP_SYS_PTRACE);
+    syscall(SYS_capset, &header, rights);
+}
+
+void old_neighbour_out_of_sight(Tally& /*tally*/) {
+    const Shared<Board> opening;
+    const Process opener = start_opener(*opening, give_up_looking_into_others);
+    constexpr uid_t somebody = 65534;
+    Old_neighbour neighbour(somebody);
+    opening->go = true;
+    if (wait_for(3s, [&] { return opening->through || sem_update_value() != 0; })) {
+        fail("lost_sem_update: an old neighbour that can't be looked into was robbed");
+    }
+    neighbour.post_and_leave();
+    wait_for_flag(opening->through, backend_delay + machine_slack,
+                  "an open does not get through after an old neighbour's post");
 }
 
 /// Also when it posts, and goes, right when somebody looks for it: before the n-th step of the
@@ -259,8 +289,13 @@ void shutdown(Tally& tally) {
 }  // namespace
 
 bool run_lost_sem_update(int rounds) {
-    constexpr void (*cases[])(Tally&) = {shutdown,       stopped_holder, old_neighbour,
-                                         killed_in_scan, killed_in_open, old_neighbour_that_goes};
+    constexpr void (*cases[])(Tally&) = {shutdown,
+                                         stopped_holder,
+                                         old_neighbour,
+                                         killed_in_scan,
+                                         killed_in_open,
+                                         old_neighbour_that_goes,
+                                         old_neighbour_out_of_sight};
     constexpr int kinds = static_cast<int>(std::size(cases));
     configure();
     const Shared<Tally> tally;

@@ -10,11 +10,11 @@
 
 namespace robustness {
 
-int Old_neighbour::live(Board& board) {
+int Old_neighbour::live(Board& board, uid_t user) {
     const int fd = shm_open(NUV_SHM_NAME, O_RDWR, 0);
     auto* const region = static_cast<unsigned char*>(
         mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
-    if (region == MAP_FAILED) {
+    if (region == MAP_FAILED || setuid(user) != 0) {
         return 1;
     }
     auto* const sem_update =
@@ -28,8 +28,9 @@ int Old_neighbour::live(Board& board) {
     return 0;
 }
 
-Old_neighbour::Old_neighbour()
-    : shared(std::make_unique<Shared<Board>>()), process([this] { return live(**shared); }) {
+Old_neighbour::Old_neighbour(uid_t user)
+    : shared(std::make_unique<Shared<Board>>()),
+      process([this, user] { return live(**shared, user); }) {
     if (!wait_for(std::chrono::seconds(5), [this] { return (*shared)->holds.load(); })) {
         fail("an old neighbour does not get sem_update");
     }

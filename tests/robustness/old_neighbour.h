@@ -11,7 +11,7 @@ namespace robustness {
 class Old_neighbour {
 public:
     /// Attached to the region that is there, and holding `sem_update` when this returns.
-    Old_neighbour();
+    explicit Old_neighbour(uid_t user = 0);
 
     void post_and_leave();
     void kill() { process.kill(); }
@@ -21,7 +21,7 @@ private:
         std::atomic<bool> holds{false};
         std::atomic<bool> leave{false};
     };
-    static int live(Board& board);
+    static int live(Board& board, uid_t user);
 
     std::unique_ptr<Shared<Board>> shared;
     Process process;

@@ -69,6 +69,22 @@ void prepare_lost_rw(Cast& cast) {
     (void)cast;
 }
 
+/// The victim finds the holder of `sem_update` dead, and frees it.
+void prepare_lost_update(Cast& cast) {
+    add_member(cast);
+    const Process holder([] {
+        const auto manager = make_manager();
+        manager->Initialize();
+        manager->sema_update->wait();
+        raise(SIGKILL);
+        return 0;
+    });
+    if (!wait_for(machine_slack, [] { return sem_update_value() == 0; })) {
+        fail("the holder of sem_update does not die with it");
+    }
+    cast.dead_and_counted = 1;
+}
+
 void prepare_fragment(Cast& /*cast*/) {
     write_region_file(std::string(100, '\0'));
 }
@@ -87,6 +103,7 @@ const std::vector<Scene>& all_scenes() {
         {"attach without sem_rw", Phase::attach, prepare_lost_rw, ""},
         {"heartbeat", Phase::heartbeat, add_member, ""},
         {"take sem_update", Phase::update, add_member, ""},
+        {"free sem_update", Phase::update, prepare_lost_update, "", milliseconds(2500)},
         {"leave", Phase::leave, add_member, ""},
         {"remove", Phase::leave, prepare_nothing, ""},
     };

@@ -12,6 +12,7 @@ struct Scene {
     Plan::Phase phase;
     void (*prepare)(struct Cast& cast);
     const char* from_line;
+    milliseconds longest{200};  ///< to wait for a step that comes once the victim is attached
 };
 
 /// The processes of one case.

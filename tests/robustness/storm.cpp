@@ -153,14 +153,12 @@ private:
 
     void stop_for(int number, milliseconds how_long) {
         stop_of(number) = {true, Clock::now() + how_long};
-        board->last_stop_ms = now_ms();
         slot(number).stopped = true;
         process(number).signal(SIGSTOP);
         ++stopped;
     }
 
     void go_on(int number) {
-        board->last_stop_ms = now_ms();
         process(number).signal(SIGCONT);
         stop_of(number).active = false;
         slot(number).stopped = false;

@@ -30,10 +30,6 @@ void note_robbed_holder(Storm_board& board, bool is_clear) {
 
 }  // namespace
 
-std::int64_t now_ms() {
-    return std::chrono::duration_cast<milliseconds>(Clock::now().time_since_epoch()).count();
-}
-
 void count_from_log(Storm_board& board) {
     watch_lines([&board](const std::string& line) {
         if (contains(line, "clear list of devices")) {

@@ -6,7 +6,6 @@
 #include <nuv/shm_manager.h>
 
 #include <atomic>
-#include <cstdint>
 #include <string>
 
 namespace robustness {
@@ -17,8 +16,7 @@ constexpr int most_workers = 16;
 /// sends the signal.
 struct Worker_slot {
     std::atomic<pid_t> pid{0};
-    std::atomic<ino_t> inode{
-        0};  ///< the region it is attached to, from one return to the next call
+    std::atomic<ino_t> inode{0};       ///< attached to, from one return to the next call
     std::atomic<bool> in_list{false};  ///< holds `sem_rw` to change the list
     std::atomic<bool> lingers{false};  ///< does so for a while
     std::atomic<bool> doomed{false};
@@ -32,8 +30,7 @@ struct Storm_board {
     Worker_slot workers[most_workers];
     std::atomic<bool> park{false};
     std::atomic<bool> quit{false};
-    std::atomic<bool> holder_wanted{false};     ///< the next one to change the list takes its time
-    std::atomic<std::int64_t> last_stop_ms{0};  ///< when the driver stopped anybody
+    std::atomic<bool> holder_wanted{false};  ///< the next one to change the list takes its time
 
     std::atomic<long> attaches{0};
     std::atomic<long> managers{0};  ///< attaches of whole device managers among them
@@ -52,8 +49,6 @@ struct Storm_board {
     std::atomic<ino_t> region_of_last_id{0};
     std::atomic<bool> ids_unsure{false};
 };
-
-std::int64_t now_ms();
 
 /// Listens to the library's log: clears and recoveries are said before they are done.
 void count_from_log(Storm_board& board);

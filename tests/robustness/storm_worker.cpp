@@ -46,11 +46,10 @@ public:
     void detaching() { self.inode = 0; }
     void check(int fd) { check_region(board, self, fd); }
 
-    /// An attempt may fail after a death, once; and as long as a stopped process keeps the gate.
+    /// An attempt may fail after a death, once. Stops are shorter than the wait for the gate.
     void refused(unsigned int answer) {
-        constexpr std::int64_t gate_wait_ms = 15000;
         ++board.refused;
-        if (++refusals > 1 && now_ms() - board.last_stop_ms > gate_wait_ms) {
+        if (++refusals > 1) {
             fail("storm: refused with 0x%x, for the second time", answer);
         }
     }
