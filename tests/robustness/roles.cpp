@@ -148,7 +148,10 @@ void Member::wait_until_left(const char* who) {
     constexpr milliseconds own_deadline = tolerance + std::chrono::seconds(5);
     ask_to_leave();
     wait_until(own_deadline + machine_slack, who, "has not left", board->left);
-    if (!process.wait_until_ended(machine_slack) || process.result() != 0) {
+    if (!process.wait_until_ended(own_deadline)) {
+        fail("%s has left, and does not end", who);
+    }
+    if (process.result() != 0) {
         fail("%s has ended with %d", who, process.result());
     }
 }
