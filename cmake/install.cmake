@@ -24,3 +24,8 @@ set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${pkgconfig_folder} /prefix)
 configure_file(cmake/nuvdevmgr.pc.in nuvdevmgr.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/nuvdevmgr.pc DESTINATION ${pkgconfig_folder})
+
+# nuvctl's manual, and its completion where bash finds it
+install(FILES tools/nuvctl/nuvctl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES tools/nuvctl/completion.bash RENAME nuvctl
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

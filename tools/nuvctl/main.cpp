@@ -32,6 +32,8 @@ constexpr Verb verbs[] = {
     {"config", "The configuration: every key, its value and where it comes from",
      nuvctl::declare_config},
     {"open", "Open a camera and hold it until interrupted", nuvctl::declare_open},
+    {"completion", "Print the script that completes these words in a shell",
+     nuvctl::declare_completion},
 };
 
 constexpr char exit_code_help[] =

@@ -13,6 +13,7 @@ namespace nuvctl {
 
 using Action = std::function<Exit()>;
 
+Action declare_completion(CLI::App& arguments);
 Action declare_config(CLI::App& arguments);
 Action declare_list(CLI::App& arguments);
 Action declare_open(CLI::App& arguments);
