@@ -67,8 +67,9 @@ TEST_F(Running, CamerasAreFollowedAndTheRegistryIsRemovedAtTheEnd) {
     Child manager = start({"run"});
     expect_line(manager, {"device manager", "USB3"});
     expect_line(manager, {"appeared", "USB3", "101", "\"left\""});
-    write_ini("nuv_cameras", std::string(left_camera) + "name = arm\n" + right_camera);
+    write_ini("nuv_cameras", std::string(left_camera) + "name = arm\n");
     expect_line(manager, {"renamed", "\"arm\""});
+    write_ini("nuv_cameras", std::string(left_camera) + "name = arm\n" + right_camera);
     expect_line(manager, {"appeared", "GIGE", "202"});
     write_ini("nuv_cameras", right_camera);
     expect_line(manager, {"gone", "101"});
