@@ -22,6 +22,13 @@ packages_check=(
     spin              # searches the model of the region's life; with gcc
 )
 
+packages_bench=(
+    libbenchmark-dev  # runs the rounds
+    libboost-dev      # a peer: a map in shared memory under its mutex
+    liblmdb-dev       # a peer: a memory-mapped database
+    libsqlite3-dev    # a peer: a database
+)
+
 missing_packages() {
     local package
     for package in "$@"; do

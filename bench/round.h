@@ -1,0 +1,27 @@
+// The rounds of cheap operations.
+#pragma once
+
+#include "row.h"
+
+#include <chrono>
+#include <utility>
+
+namespace nuv_bench {
+
+inline double seconds_since(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// A round that repeats an operation `count` times. The operation is compiled into the loop.
+template <class Operation>
+Round repeated(int count, Operation operation) {
+    return [count, operation = std::move(operation)]() mutable {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < count; ++i) {
+            operation();
+        }
+        return seconds_since(start) / count;
+    };
+}
+
+}  // namespace nuv_bench
