@@ -50,7 +50,7 @@ CNuv_interface::CNuv_interface(CNuv_Log* log, unsigned int bits)
     : difftime_out((bits & NUV_BIT_DIFFTIME_OUT) != 0),
       clog(log),
       general_bits(bits & ~NUV_BIT_DIFFTIME_OUT) {
-    constexpr char op[] = "CNuv_interface";
+    static constexpr char op[] = "CNuv_interface";
     NUV_LOG_BY(writelogb, *this, NUV_LOG_TRACE,
                "%s: create Nuv_shm_manager for CNuv_interface 0x%x", op, general_bits);
     shm_mgr = std::make_unique<CNuv_shm_manager>(clog, general_bits);
@@ -58,14 +58,14 @@ CNuv_interface::CNuv_interface(CNuv_Log* log, unsigned int bits)
 }
 
 CNuv_interface::~CNuv_interface() {
-    constexpr char op[] = "~CNuv_interface";
+    static constexpr char op[] = "~CNuv_interface";
     NUV_LOG_BY(writelogb, *this, NUV_LOG_TRACE, "%s: delete shm_mgr of CNuv_interface", op);
     shm_mgr.reset();
     cini.reset();
 }
 
 void CNuv_interface::SetLog(CNuv_Log* log) {
-    constexpr char op[] = "SetLog";
+    static constexpr char op[] = "SetLog";
     clog = log;
     if (log != nullptr) {
         const unsigned int logbits = log->get_logbits();
@@ -100,7 +100,7 @@ unsigned short CNuv_interface::shm_decrease_opencount(unsigned short iftype) {
 }
 
 int CNuv_interface::delete_devices_in_shmlist() {
-    constexpr char op[] = "delete_devices_in_shmlist";
+    static constexpr char op[] = "delete_devices_in_shmlist";
     if (shm_valid()) {
         const nuv::Sem_hold hold(*shm_mgr->sema_rw);
         for (int index = 0; index < NUV_DEVICE_COUNT; ++index) {

@@ -68,7 +68,7 @@ unsigned int close_com(CNuv_device_manager& manager, const char* op, CNuv_com* c
 }  // namespace
 
 unsigned int CNuv_device_manager::close_grab_device(CNuv_grab* grab) {
-    constexpr char op[] = "close_grab_device";
+    static constexpr char op[] = "close_grab_device";
     if (!check_registry(*this, op)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -81,7 +81,7 @@ unsigned int CNuv_device_manager::close_grab_device(CNuv_grab* grab) {
 }
 
 unsigned int CNuv_device_manager::close_com_device(CNuv_com* com) {
-    constexpr char op[] = "close_com_device";
+    static constexpr char op[] = "close_com_device";
     if (!check_registry(*this, op)) {
         return NUV_ERROR_NOMEMORY;
     }

@@ -14,7 +14,7 @@ CNuv_device_manager::CNuv_device_manager() {
 }
 
 void CNuv_device_manager::SetLog(CNuv_Log* log) {
-    constexpr char op[] = "SetLog";
+    static constexpr char op[] = "SetLog";
     clog = log;
     if (log != nullptr) {
         const unsigned int logbits = log->get_logbits();

@@ -90,7 +90,7 @@ unsigned int open_com(CNuv_device_manager& manager, const char* op, unsigned int
 }  // namespace
 
 unsigned int CNuv_device_manager::open_grab_device_from_id(unsigned int id, CNuv_grab** grab) {
-    constexpr char op[] = "open_grab_device_from_id";
+    static constexpr char op[] = "open_grab_device_from_id";
     if (const unsigned int error = check_request(*this, op, grab); error != 0) {
         return error;
     }
@@ -103,7 +103,7 @@ unsigned int CNuv_device_manager::open_grab_device_from_id(unsigned int id, CNuv
 }
 
 unsigned int CNuv_device_manager::open_com_device_from_id(unsigned int id, CNuv_com** com) {
-    constexpr char op[] = "open_com_device_from_id";
+    static constexpr char op[] = "open_com_device_from_id";
     if (const unsigned int error = check_request(*this, op, com); error != 0) {
         return error;
     }

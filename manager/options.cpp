@@ -20,7 +20,7 @@ unsigned int CNuv_device_manager::get_interface_options(int iftype) {
 }
 
 unsigned int CNuv_device_manager::add_interface_option(int iftype, unsigned int bits) {
-    constexpr char op[] = "add_interface_option";
+    static constexpr char op[] = "add_interface_option";
     if (has_word(iftype)) {
         nuv::relaxed_set_bits(interface_options[iftype], bits);
     }

@@ -52,7 +52,7 @@ void scan_all(CNuv_device_manager& manager, const char* op) {
 }  // namespace
 
 void CNuv_device_manager::scan_interfaces_thread() {
-    constexpr char op[] = "scan_interfaces_thread";
+    static constexpr char op[] = "scan_interfaces_thread";
     NUV_LOG(*this, NUV_LOG_THREAD, "%s: start", op);
     while (thread_scan_run) {
         NUV_LOG(*this, NUV_LOG_CYCLE, "%s: before wait_for mtx %d", op, scantime);
@@ -69,7 +69,7 @@ void CNuv_device_manager::scan_interfaces_thread() {
 }
 
 unsigned int CNuv_device_manager::scan_interface(unsigned int iftype) {
-    constexpr char op[] = "scan_interface";
+    static constexpr char op[] = "scan_interface";
     if (iftype >= NUV_IFTYPE_COUNT) {
         return NUV_ERROR_NOT_FOUND;
     }

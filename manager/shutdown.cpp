@@ -90,7 +90,7 @@ void CNuv_device_manager::Close() {
 }
 
 CNuv_device_manager::~CNuv_device_manager() {
-    constexpr char op[] = "~CNuv_device_manager";
+    static constexpr char op[] = "~CNuv_device_manager";
     shut_down(*this, op, 100ms, shutdown_due);
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: delete shm_mgr of CNuv_device_manager", op);
     shm_mgr.reset();

@@ -85,7 +85,7 @@ void start_threads(CNuv_device_manager& manager, const char* op) {
 }  // namespace
 
 unsigned int CNuv_device_manager::Initialize() {
-    constexpr char op[] = "Initialize";
+    static constexpr char op[] = "Initialize";
     if (cini == nullptr) {
         create_locator_and_log(*this, op);
     }

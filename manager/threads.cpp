@@ -64,7 +64,7 @@ void forget_threads_of_parent(CNuv_device_manager& manager, std::atomic<int>& al
 }  // namespace
 
 unsigned int CNuv_device_manager::start_scan_thread() {
-    constexpr char op[] = "start_scan_thread";
+    static constexpr char op[] = "start_scan_thread";
     if (!nuv::has_registry(*this)) {
         NUV_LOG(*this, NUV_LOG_ERROR, "%s: not attached to the registry", op);
         return NUV_ERROR_THREAD;
@@ -85,7 +85,7 @@ unsigned int CNuv_device_manager::start_scan_thread() {
 }
 
 unsigned int CNuv_device_manager::start_time_thread() {
-    constexpr char op[] = "start_time_thread";
+    static constexpr char op[] = "start_time_thread";
     if (!nuv::has_registry(*this)) {
         NUV_LOG(*this, NUV_LOG_ERROR, "%s: not attached to the registry", op);
         return NUV_ERROR_THREAD;
@@ -106,7 +106,7 @@ unsigned int CNuv_device_manager::start_time_thread() {
 }
 
 void CNuv_device_manager::time_stamp_thread() {
-    constexpr char op[] = "time_stamp_thread";
+    static constexpr char op[] = "time_stamp_thread";
     NUV_LOG(*this, NUV_LOG_THREAD, "%s: start", op);
     while (thread_time_run) {
         NUV_LOG(*this, NUV_LOG_CYCLE, "%s: vor wait", op);
@@ -119,7 +119,7 @@ void CNuv_device_manager::time_stamp_thread() {
 }
 
 unsigned int CNuv_device_manager::stop_threads() {
-    constexpr char op[] = "stop_threads";
+    static constexpr char op[] = "stop_threads";
     const bool has_threads = threads_alive != 0 || thread_scan.joinable() || thread_time.joinable();
     if (has_threads && threads_process != getpid()) {
         forget_threads_of_parent(*this, threads_alive);

@@ -86,7 +86,7 @@ void remove_region(CNuv_shm_manager& manager, Attachment& attachment, Gate& gate
 }  // namespace nuv
 
 unsigned int CNuv_shm_manager::close_shm() {
-    constexpr char op[] = "close_shm";
+    static constexpr char op[] = "close_shm";
     const bool ours = attachment != nullptr && attachment->belongs_to_this_process();
     if (ours) {
         nuv::give_back(sema_update.get());

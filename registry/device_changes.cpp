@@ -41,7 +41,7 @@ unsigned int refuse_null_name(const CNuv_shm_manager& manager) {
 }  // namespace
 
 unsigned int CNuv_shm_manager::get_next_id(unsigned int& id) {
-    constexpr char op[] = "get_next_id";
+    static constexpr char op[] = "get_next_id";
     if (!nuv::is_attached(*this)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -53,7 +53,7 @@ unsigned int CNuv_shm_manager::get_next_id(unsigned int& id) {
 }
 
 unsigned int CNuv_shm_manager::set_nuvdevice_to_free_listentry(NUV_Device device) {
-    constexpr char op[] = "set_nuvdevice_to_free_listentry";
+    static constexpr char op[] = "set_nuvdevice_to_free_listentry";
     if (!nuv::is_attached(*this)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -73,7 +73,7 @@ unsigned int CNuv_shm_manager::set_nuvdevice_to_free_listentry(NUV_Device device
 
 unsigned int CNuv_shm_manager::add_status_bits_to_nuvdevice_from_serialnumber(
     unsigned int serialnumber, unsigned int bits) {
-    constexpr char op[] = "add_status_bits_to_nuvdevice_from_serialnumber";
+    static constexpr char op[] = "add_status_bits_to_nuvdevice_from_serialnumber";
     return change_entry(*this, serialnumber, [&](NUV_Device& entry) {
         entry.status_bits |= bits;
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d status bits 0x%x added", op,
@@ -83,7 +83,7 @@ unsigned int CNuv_shm_manager::add_status_bits_to_nuvdevice_from_serialnumber(
 
 unsigned int CNuv_shm_manager::remove_status_bits_to_nuvdevice_from_serialnumber(
     unsigned int serialnumber, unsigned int bits) {
-    constexpr char op[] = "remove_status_bits_to_nuvdevice_from_serialnumber";
+    static constexpr char op[] = "remove_status_bits_to_nuvdevice_from_serialnumber";
     return change_entry(*this, serialnumber, [&](NUV_Device& entry) {
         entry.status_bits &= ~bits;
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: device with id %d serial %d status bits 0x%x removed",
@@ -93,7 +93,7 @@ unsigned int CNuv_shm_manager::remove_status_bits_to_nuvdevice_from_serialnumber
 
 unsigned int CNuv_shm_manager::update_interfacename_of_nuvdevice_from_serialnumber(
     unsigned int serialnumber, char* name) {
-    constexpr char op[] = "update_interfacename_of_nuvdevice_from_serialnumber";
+    static constexpr char op[] = "update_interfacename_of_nuvdevice_from_serialnumber";
     if (name == nullptr) {
         return refuse_null_name(*this);
     }
@@ -106,7 +106,7 @@ unsigned int CNuv_shm_manager::update_interfacename_of_nuvdevice_from_serialnumb
 
 unsigned int CNuv_shm_manager::update_cameraname_of_nuvdevice_from_serialnumber(
     unsigned int serialnumber, char* name) {
-    constexpr char op[] = "update_cameraname_of_nuvdevice_from_serialnumber";
+    static constexpr char op[] = "update_cameraname_of_nuvdevice_from_serialnumber";
     if (name == nullptr) {
         return refuse_null_name(*this);
     }

@@ -44,7 +44,7 @@ bool counts_in_mode(int mode, std::uint32_t status_bits) {
 }  // namespace
 
 unsigned int CNuv_shm_manager::get_nuvdevice_count(int mode, int& count) {
-    constexpr char op[] = "get_nuvdevice_count";
+    static constexpr char op[] = "get_nuvdevice_count";
     if (!nuv::is_attached(*this)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -60,7 +60,7 @@ unsigned int CNuv_shm_manager::get_nuvdevice_count(int mode, int& count) {
 }
 
 unsigned int CNuv_shm_manager::get_nuvdevice_from_id(unsigned int id, NUV_Device& out) {
-    constexpr char op[] = "get_nuvdevice_from_id";
+    static constexpr char op[] = "get_nuvdevice_from_id";
     if (!nuv::is_attached(*this)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -77,7 +77,7 @@ unsigned int CNuv_shm_manager::get_nuvdevice_from_id(unsigned int id, NUV_Device
 
 unsigned int CNuv_shm_manager::get_nuvdevice_from_serialnumber(unsigned int serialnumber,
                                                                NUV_Device& out) {
-    constexpr char op[] = "get_nuvdevice_from_serialnumber";
+    static constexpr char op[] = "get_nuvdevice_from_serialnumber";
     if (!nuv::is_attached(*this)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -95,7 +95,7 @@ unsigned int CNuv_shm_manager::get_nuvdevice_from_serialnumber(unsigned int seri
 
 unsigned int CNuv_shm_manager::get_nuvdevice_from_extendedinfo(unsigned long extended_info,
                                                                NUV_Device& out) {
-    constexpr char op[] = "get_nuvdevice_from_extendedinfo";
+    static constexpr char op[] = "get_nuvdevice_from_extendedinfo";
     if (!nuv::is_attached(*this)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -123,7 +123,7 @@ int CNuv_shm_manager::is_nuvdevice_in_devlist(unsigned int iftype, unsigned int 
 }
 
 unsigned int CNuv_shm_manager::get_nuvdevice_listentry(int index, NUV_Device& out) {
-    constexpr char op[] = "get_nuvdevice_listentry";
+    static constexpr char op[] = "get_nuvdevice_listentry";
     if (!nuv::is_attached(*this)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -138,7 +138,7 @@ unsigned int CNuv_shm_manager::get_nuvdevice_listentry(int index, NUV_Device& ou
 }
 
 unsigned int CNuv_shm_manager::get_nuvdevice_unused(unsigned int iftype, NUV_Device& out) {
-    constexpr char op[] = "get_nuvdevice_unused";
+    static constexpr char op[] = "get_nuvdevice_unused";
     if (!nuv::is_attached(*this)) {
         return NUV_ERROR_NOMEMORY;
     }
@@ -156,7 +156,7 @@ unsigned int CNuv_shm_manager::get_nuvdevice_unused(unsigned int iftype, NUV_Dev
 }
 
 void CNuv_shm_manager::get_devlist_if(unsigned int iftype, std::vector<NUV_Device>& list) {
-    constexpr char op[] = "get_devlist_if";
+    static constexpr char op[] = "get_devlist_if";
     if (!nuv::is_attached(*this)) {
         return;
     }

@@ -12,7 +12,7 @@
 namespace nuv {
 
 bool is_stale(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, std::int64_t now_seconds) {
-    constexpr char op[] = "time_stamp_timeout";
+    static constexpr char op[] = "time_stamp_timeout";
     const auto now = static_cast<std::uint64_t>(now_seconds);
     const auto stamp = static_cast<std::uint64_t>(load_time_stamp(region));
     // Unsigned, so that a stamp in the future counts as stale too.
@@ -46,7 +46,7 @@ bool CNuv_shm_manager::time_stamp_timeout() {
 }
 
 void CNuv_shm_manager::update_time_stamp() {
-    constexpr char op[] = "update_time_stamp";
+    static constexpr char op[] = "update_time_stamp";
     if (!nuv::is_attached(*this)) {
         return;
     }
@@ -60,7 +60,7 @@ void CNuv_shm_manager::update_time_stamp() {
 }
 
 void CNuv_shm_manager::set_difftime(unsigned int seconds) {
-    constexpr char op[] = "set_difftime";
+    static constexpr char op[] = "set_difftime";
     m_difftime = std::clamp(seconds, 4U, 3600U);
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: m_difftime set to %lu", op, m_difftime);
 }

@@ -36,7 +36,7 @@ int Rw_watch::wait(sem_t* semaphore, Waiting& waiting) {
 /// The heartbeat is tested inside the gate and stored before the post: of many that wait, one
 /// posts. A holder that is a thread of this manager lives.
 bool Rw_watch::free_if_lost() {
-    constexpr char op[] = "wait";
+    static constexpr char op[] = "wait";
     constexpr std::chrono::seconds patience(1);
     if (relaxed_load(manager.sema_rw->wait_called) != 0) {
         return false;

@@ -37,7 +37,7 @@ int acquire(CNuv_sem_access& access, nuv::Waiting& waiting) {
 }
 
 int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
-    constexpr char op[] = "wait";
+    static constexpr char op[] = "wait";
     // Any thread may read the two words here; only its holder finds its own id in them.
     const std::uint64_t me = this_thread();
     if (nuv::relaxed_load(access.wait_called) != 0 && nuv::relaxed_load(access.t_id) == me) {
@@ -110,7 +110,7 @@ int CNuv_sem_access::trywait() {
 }
 
 int CNuv_sem_access::post() {
-    constexpr char op[] = "post";
+    static constexpr char op[] = "post";
     const std::int32_t held = nuv::relaxed_load(wait_called);
     if (held < 1) {
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: error sem_post", op);

@@ -80,7 +80,7 @@ CNuv_shm_manager::CNuv_shm_manager(CNuv_Log* log, unsigned int bits)
     : general_bits(bits), clog(log) {}
 
 CNuv_shm_manager::~CNuv_shm_manager() {
-    constexpr char op[] = "~CNuv_shm_manager";
+    static constexpr char op[] = "~CNuv_shm_manager";
     NUV_LOG(*this, NUV_LOG_TRACE, "%s:", op);
     close_shm();
 }
@@ -105,7 +105,7 @@ int CNuv_shm_manager::remove_general_bits(unsigned int bits) {
 }
 
 unsigned int CNuv_shm_manager::Initialize() {
-    constexpr char op[] = "Initialize";
+    static constexpr char op[] = "Initialize";
     if (const unsigned int bits = nuv::relaxed_load(general_bits); bits != 0) {
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: general_bits found 0x%x", op, bits);
     }

@@ -21,7 +21,7 @@ int find_slot(const NUV_Devlist_Shm& region, unsigned short iftype) {
 }  // namespace
 
 unsigned short CNuv_shm_manager::increase_opencount(unsigned short iftype) {
-    constexpr char op[] = "increase_opencount";
+    static constexpr char op[] = "increase_opencount";
     if (!nuv::is_attached(*this)) {
         return NUV_COUNT_NOT_ATTACHED;
     }
@@ -45,7 +45,7 @@ unsigned short CNuv_shm_manager::increase_opencount(unsigned short iftype) {
 }
 
 unsigned short CNuv_shm_manager::decrease_opencount(unsigned short iftype) {
-    constexpr char op[] = "decrease_opencount";
+    static constexpr char op[] = "decrease_opencount";
     if (!nuv::is_attached(*this)) {
         return NUV_COUNT_NOT_ATTACHED;
     }
