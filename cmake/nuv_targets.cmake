@@ -35,7 +35,9 @@ function(nuv_library name)
         SOVERSION ${PROJECT_VERSION_MAJOR}
         BUILD_RPATH_USE_ORIGIN ON
         INSTALL_RPATH "$ORIGIN:$ORIGIN/../lib")
+    # Calls within a library go straight, not by way of what another library might put in their place.
     target_link_options(${name} PRIVATE
+        -Wl,-Bsymbolic-functions
         -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
     set_property(TARGET ${name} APPEND PROPERTY
         LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
