@@ -12,9 +12,6 @@
 namespace nuv {
 
 int Rw_watch::wait(sem_t* semaphore, Waiting& waiting) {
-    if (is_free(semaphore)) {
-        return sem_wait(semaphore);
-    }
     waiting.begin();
     const std::chrono::seconds tolerance(manager.m_difftime);
     for (;; waiting.begin_next_slice()) {

@@ -15,10 +15,10 @@ namespace nuv {
 
 class Rw_watch : public Semaphore_guard {
 public:
-    explicit Rw_watch(CNuv_shm_manager& of_manager) : manager(of_manager) {}
+    explicit Rw_watch(CNuv_shm_manager& of_manager)
+        : Semaphore_guard(Sees::waits_for_others), manager(of_manager) {}
 
     int wait(sem_t* semaphore, Waiting& waiting) override;
-    void posted() override {}
 
 private:
     bool free_if_lost();

@@ -2,6 +2,7 @@
 #include "registry/sem_hold.h"
 #include "registry/semaphore_bytes.h"
 #include "registry/semaphore_guard.h"
+#include "registry/sliced_wait.h"
 
 #include <nuv/bits.h>
 #include <nuv/sem_access.h>
@@ -20,6 +21,19 @@ std::uint64_t this_thread() {
     return static_cast<std::uint64_t>(pthread_self());
 }
 
+/// Any thread may read the two words; only the holder finds its own id in them.
+bool holds(const CNuv_sem_access& access, std::uint64_t thread) {
+    return nuv::relaxed_load(access.wait_called) != 0 && nuv::relaxed_load(access.t_id) == thread;
+}
+
+/// \return the nesting depth
+int record_holder(CNuv_sem_access& access, std::uint64_t thread) {
+    nuv::relaxed_store(access.t_id, thread);
+    const std::int32_t depth = nuv::relaxed_load(access.wait_called) + 1;
+    nuv::relaxed_store(access.wait_called, depth);
+    return depth;
+}
+
 void log_failed_wait(CNuv_sem_access& access, const char* op, int error) {
     if (const char* const text = nuv::error_text(error)) {
         access.writelog(NUV_LOG_TRACE, "%s: sem_wait returned %d ernno %d %s", op, -1, error, text);
@@ -28,20 +42,39 @@ void log_failed_wait(CNuv_sem_access& access, const char* op, int error) {
     }
 }
 
+/// Sees to a wait that the system has ended. \return whether it is to be tried again
+[[gnu::cold]] bool outlast_failure(CNuv_sem_access& access, const char* op) {
+    const int error = errno;
+    if (nuv::listens(access)) {
+        log_failed_wait(access, op, error);
+    }
+    if (error != EINTR) {
+        return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return true;
+}
+
+bool sees_every_wait(const nuv::Semaphore_guard& guard) {
+    return guard.sees == nuv::Semaphore_guard::Sees::every_wait;
+}
+
 int acquire(CNuv_sem_access& access, nuv::Waiting& waiting) {
     if (access.guard == nullptr) {
         return sem_wait(access.sem);
     }
     nuv::mend_semaphore(access.sem);
+    if (!sees_every_wait(*access.guard) && nuv::is_free(access.sem)) {
+        return sem_wait(access.sem);
+    }
     return access.guard->wait(access.sem, waiting);
 }
 
 int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
     static constexpr char op[] = "wait";
-    // Any thread may read the two words here; only its holder finds its own id in them.
     const std::uint64_t me = this_thread();
-    if (nuv::relaxed_load(access.wait_called) != 0 && nuv::relaxed_load(access.t_id) == me) {
-        const int depth = nuv::become_holder(access);
+    if (holds(access, me)) {
+        const int depth = record_holder(access, me);
         NUV_LOG(access, NUV_LOG_TRACE, "%s: no sem_wait called wait_called %d t_id %u", op, depth,
                 static_cast<unsigned int>(me));
         return 0;
@@ -49,19 +82,14 @@ int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
     nuv::Waiting waiting(patience);
     while (access.sem != nullptr) {
         if (acquire(access, waiting) == 0) {
-            const int depth = nuv::become_holder(access);
+            const int depth = record_holder(access, me);
             NUV_LOG(access, NUV_LOG_TRACE, "%s: sem_wait returned %d wait_called %d t_id %u", op, 0,
                     depth, static_cast<unsigned int>(me));
             return 0;
         }
-        const int error = errno;
-        if (nuv::listens(access)) {
-            log_failed_wait(access, op, error);
-        }
-        if (error != EINTR) {
+        if (!outlast_failure(access, op)) {
             break;
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     NUV_LOG(access, NUV_LOG_TRACE, "%s: return with error -1", op);
     return -1;
@@ -70,10 +98,7 @@ int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
 }  // namespace
 
 int nuv::become_holder(CNuv_sem_access& access) {
-    relaxed_store(access.t_id, this_thread());
-    const std::int32_t depth = relaxed_load(access.wait_called) + 1;
-    relaxed_store(access.wait_called, depth);
-    return depth;
+    return record_holder(access, this_thread());
 }
 
 void nuv::take_surplus_posts(sem_t* semaphore) {
@@ -128,7 +153,7 @@ int CNuv_sem_access::post() {
         nuv::mend_semaphore(sem);
     }
     const int result = sem_post(sem);
-    if (guard != nullptr) {
+    if (guard != nullptr && sees_every_wait(*guard)) {
         guard->posted();
     }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: sem_post returned %d wait_called %d", op, result, depth);

@@ -3,12 +3,27 @@
 
 #include <semaphore.h>
 
+#include <cstddef>
+#include <cstdint>
+
 namespace nuv {
+
+/// Behind the counters, four bytes tell whether processes share the semaphore.
+constexpr std::size_t sharing_offset = 8;
+
+/// What they hold in a semaphore that processes share.
+extern const std::uint32_t right_sharing;
 
 /// Writes back the part of a region's semaphore that nothing changes after `sem_init`, if it is not
 /// as it was. The C library hands it on to the kernel, and ends the process at the kernel's
 /// refusal. The counters beside it may have any value: at the worst the semaphore looks lost, and
 /// is freed as one.
-void mend_semaphore(sem_t* semaphore);
+inline void mend_semaphore(sem_t* semaphore) {
+    auto* const sharing =
+        reinterpret_cast<std::uint32_t*>(reinterpret_cast<char*>(semaphore) + sharing_offset);
+    if (__atomic_load_n(sharing, __ATOMIC_RELAXED) != right_sharing) {
+        __atomic_store_n(sharing, right_sharing, __ATOMIC_RELAXED);
+    }
+}
 
 }  // namespace nuv

@@ -45,12 +45,18 @@ private:
 
 class Semaphore_guard {
 public:
+    /// Most operations find the semaphore free, and should not pay for a guard that is then idle.
+    enum class Sees { every_wait, waits_for_others };
+
+    explicit Semaphore_guard(Sees sees_waits) : sees(sees_waits) {}
     virtual ~Semaphore_guard() = default;
     /// Acquires the semaphore.
     /// \return what `sem_wait` returns; -1 with ETIMEDOUT when the patience has ended
     virtual int wait(sem_t* semaphore, Waiting& waiting) = 0;
-    /// The semaphore was posted.
-    virtual void posted() = 0;
+    /// The semaphore was posted; told only to a guard that sees every wait.
+    virtual void posted() {}
+
+    const Sees sees;
 };
 
 /// Waits through a wrapper, as its `wait` does, but for no longer than the patience lasts.

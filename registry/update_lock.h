@@ -17,7 +17,7 @@ namespace nuv {
 /// manager take turns by a flag.
 class Update_lock : public Semaphore_guard {
 public:
-    explicit Update_lock(int region_fd) : fd(region_fd) {}
+    explicit Update_lock(int region_fd) : Semaphore_guard(Sees::every_wait), fd(region_fd) {}
 
     int wait(sem_t* semaphore, Waiting& waiting) override;
     void posted() override;
