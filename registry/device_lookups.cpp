@@ -26,18 +26,31 @@ unsigned int found_in_use(const NUV_Device& out) {
     return out.status_bits != 0 ? NUV_NOERROR : NUV_ERROR_NOT_FOUND;
 }
 
-bool counts_in_mode(int mode, std::uint32_t status_bits) {
+/// Entries that have at least one of the status bits.
+int count_with(const NUV_Devlist_Shm& region, std::uint32_t status_bits) {
+    int count = 0;
+#pragma GCC unroll 16
+    for (int index = 0; index < NUV_DEVICE_COUNT; ++index) {
+        if ((region.nuvdevice[index].status_bits & status_bits) != 0) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+int count_in_mode(const NUV_Devlist_Shm& region, int mode) {
+    constexpr std::uint32_t any_bit = 0xFFFFFFFF;
     switch (mode) {
         case 1:
-            return status_bits != 0;
+            return count_with(region, any_bit);
         case 2:
-            return (status_bits & NUV_STATUS_PRESENT) != 0;
+            return count_with(region, NUV_STATUS_PRESENT);
         case 3:
-            return (status_bits & NUV_STATUS_COM_OPEN) != 0;
+            return count_with(region, NUV_STATUS_COM_OPEN);
         case 4:
-            return status_bits == 0;
+            return NUV_DEVICE_COUNT - count_with(region, any_bit);
         default:
-            return false;
+            return 0;
     }
 }
 
@@ -52,9 +65,7 @@ unsigned int CNuv_shm_manager::get_nuvdevice_count(int mode, int& count) {
             devlist_shm->processid);
     count = 0;
     const nuv::Sem_hold hold(*sema_rw);
-    for (const NUV_Device& entry : devlist_shm->nuvdevice) {
-        count += counts_in_mode(mode, entry.status_bits) ? 1 : 0;
-    }
+    count = count_in_mode(*devlist_shm, mode);
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: mode %d return count %d", op, mode, count);
     return NUV_NOERROR;
 }
