@@ -31,8 +31,11 @@ struct Row {
 using Rows = std::vector<Row>;
 
 Rows lookup_rows();
+Rows peer_rows();
+Rows cold_rows();
 Rows region_rows();
 Rows attach_rows();
 Rows log_rows();
+Rows process_rows();
 
 }  // namespace nuv_bench

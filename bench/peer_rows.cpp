@@ -1,0 +1,50 @@
+// The same look-up by other means that processes have of sharing a table.
+#include "peers.h"
+#include "registry_world.h"
+#include "round.h"
+
+#include <benchmark/benchmark.h>
+
+namespace nuv_bench {
+namespace {
+
+constexpr int in_a_round = 1000;
+
+template <class Peer>
+Comparison beside() {
+    const std::shared_ptr<CNuv_shm_manager> manager = manager_of_full_registry();
+    const auto peer = std::make_shared<Peer>();
+    for (unsigned int id = 1; id <= last_id; ++id) {
+        NUV_Device entry;
+        manager->get_nuvdevice_from_id(id, entry);
+        peer->store(entry);
+    }
+    peer->ready();
+    NUV_Device last;
+    require(peer->look_up(last_id, last) && last.id == last_id, "a peer answers wrongly");
+    return {repeated(in_a_round,
+                     [manager] {
+                         NUV_Device found;
+                         manager->get_nuvdevice_from_id(last_id, found);
+                         benchmark::DoNotOptimize(found);
+                     }),
+            repeated(in_a_round, [peer] {
+                NUV_Device found;
+                peer->look_up(last_id, found);
+                benchmark::DoNotOptimize(found);
+            })};
+}
+
+}  // namespace
+
+Rows peer_rows() {
+    const char* const operation = "look-up, last entry";
+    return {
+        {operation, "robust mutex, scan, copy", 1.0, beside<Mutex_table>},
+        {operation, "Boost.Interprocess map", 0.7, beside<Shared_map>},
+        {operation, "LMDB get", 0.55, beside<Lmdb_table>},
+        {operation, "SQLite prepared select", 1.0 / 70, beside<Sqlite_table>},
+    };
+}
+
+}  // namespace nuv_bench
