@@ -1,4 +1,5 @@
-// General bits, interface option bits and log levels.
+/// \file
+/// General bits, interface option bits and log levels.
 #pragma once
 
 // General bits, taken by `set_general_bits` of every class.

@@ -1,4 +1,5 @@
-// The device record: an entry of the shared registry, and the copy that a caller holds.
+/// \file
+/// The device record: an entry of the shared registry, and the copy that a caller holds.
 #pragma once
 
 #include <cstddef>
@@ -25,17 +26,17 @@ constexpr std::uint16_t NUV_ENTRY_MARK = 0x0100;
 /// One camera. The bytes are a contract between processes built at different times: packed,
 /// native byte order, never reordered. Fields are unaligned; take copies, not pointers.
 struct __attribute__((packed)) NUV_Device {
-    std::uint16_t entry_mark;       ///< NUV_ENTRY_MARK after creation; the registry never reads it
-    unsigned char backend_data[8];  ///< the back-end's own
-    std::uint32_t status_bits;      ///< 0: the entry holds no device
-    std::uint32_t id;               ///< registry id; 0 in a free entry
-    std::uint32_t serialnumber;     ///< 0 in a free entry
-    std::uint64_t extended_info;    ///< the back-end's own key; survives the entry's deletion
-    std::uint16_t backend_word_a;   ///< the back-end's own
-    std::uint16_t backend_word_b;   ///< the back-end's own
-    std::uint16_t nuv_iftype;       ///< interface type code of the back-end that owns the entry
-    char cameraname[NUV_NAME_SIZE];
-    char interfacename[NUV_NAME_SIZE];
+    std::uint16_t entry_mark;        ///< NUV_ENTRY_MARK after creation; the registry never reads it
+    unsigned char backend_data[8];   ///< the back-end's own
+    std::uint32_t status_bits;       ///< 0: the entry holds no device
+    std::uint32_t id;                ///< registry id; 0 in a free entry
+    std::uint32_t serialnumber;      ///< 0 in a free entry
+    std::uint64_t extended_info;     ///< the back-end's own key; survives the entry's deletion
+    std::uint16_t backend_word_a;    ///< the back-end's own
+    std::uint16_t backend_word_b;    ///< the back-end's own
+    std::uint16_t nuv_iftype;        ///< interface type code of the back-end that owns the entry
+    char cameraname[NUV_NAME_SIZE];  ///< for people to read
+    char interfacename[NUV_NAME_SIZE];  ///< how the camera is connected, for people to read
 };
 
 static_assert(sizeof(NUV_Device) == 164 && alignof(NUV_Device) == 1);

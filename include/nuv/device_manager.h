@@ -1,4 +1,5 @@
-// The process's device manager: configuration, back-ends, background threads, open and close.
+/// \file
+/// The process's device manager: configuration, back-ends, background threads, open and close.
 #pragma once
 
 #include <nuv/export.h>
@@ -44,9 +45,12 @@ public:
     /// Stores a log that stays the caller's and is used while the manager has none of its own;
     /// it must outlive the manager. Null is stored, and nothing is written.
     void SetLog(CNuv_Log* log);
-    /// Replace, add or clear general bits. What is made already keeps its bits. \return always 0
+    /// Replaces the general bits of <nuv/bits.h>. What is made already keeps its bits.
+    /// \return always 0
     unsigned int set_general_bits(unsigned int bits);
+    /// Adds general bits, as `set_general_bits` does. \return always 0
     unsigned int add_general_bits(unsigned int bits);
+    /// Clears general bits, as `set_general_bits` does. \return always 0
     unsigned int remove_general_bits(unsigned int bits);
     /// @}
 
@@ -80,27 +84,31 @@ public:
     /// the back-end. Not attached: `NUV_ERROR_NOMEMORY` and a line in the log.
     /// @{
 
-    /// Open the grabber or the communication device of the camera with this registry id.
-    /// \retval NUV_NOERROR         `*grab` or `*com` is open, and recorded until it is closed
-    /// \retval NUV_ERROR_NOT_FOUND no such camera is in use, its type has no back-end, or the
+    /// Opens the device of the camera with this registry id.
+    /// \retval NUV_NOERROR         the handle at the address is open, and recorded until it is
+    /// closed \retval NUV_ERROR_NOT_FOUND no such camera is in use, its type has no back-end, or
+    /// the
     ///                             address is null
     /// \retval NUV_ERROR_NOMEMORY  not attached, out of memory, or the back-end threw
     /// \return else the back-end's code
     unsigned int open_grab_device_from_id(unsigned int id, CNuv_grab** grab);
+    /// \copydoc open_grab_device_from_id
     unsigned int open_com_device_from_id(unsigned int id, CNuv_com** com);
-    /// Close a handle that the open operations gave out.
+    /// Closes a handle that the open operation gave out.
     /// \retval NUV_ERROR_NOT_FOUND never recorded, closed already, or its type has no back-end
     /// \return else 0 or the back-end's code, after which it stays recorded
     unsigned int close_grab_device(CNuv_grab* grab);
+    /// \copydoc close_grab_device
     unsigned int close_com_device(CNuv_com* com);
     /// @}
 
     /// \name Background threads
     /// @{
 
-    /// Start a thread that is not running. Controlling thread, attached.
+    /// Starts the thread unless it runs. Controlling thread, attached.
     /// \return 0 when it runs; `NUV_ERROR_THREAD` when it can't be made, or not attached
     unsigned int start_scan_thread();
+    /// \copydoc start_scan_thread
     unsigned int start_time_thread();
     /// Stops both; returns when they have ended, within the running pass plus a few milliseconds. A
     /// pass that still waits for `sem_update` gives up after two seconds.
@@ -111,42 +119,55 @@ public:
     /// \return the back-end's code; `NUV_ERROR_NOT_FOUND` without one; `NUV_ERROR_NOMEMORY` when it
     ///         threw
     unsigned int scan_interface(unsigned int iftype);
-    /// Bodies of the threads; the start operations run them.
+    /// Body of the scan thread; `start_scan_thread` runs it.
     void scan_interfaces_thread();
+    /// Body of the time-stamp thread; `start_time_thread` runs it.
     void time_stamp_thread();
     /// @}
 
     /// \name Interface options
     /// Any thread. Types outside 0..15 have no word: they read as 0 and change nothing.
     /// @{
+
+    /// The option bits of a type, as <nuv/bits.h> has them.
     unsigned int get_interface_options(int iftype);
     /// Adding `DEVMGR_IF_OPTION_DISABLE_SCAN` also waits for `sem_update` once, so that no pass of
     /// this process still scans the type on return. Not attached: no wait. \return always 0
     unsigned int add_interface_option(int iftype, unsigned int bits);
+    /// Clears option bits; waits for nothing. \return always 0
     unsigned int remove_interface_option(int iftype, unsigned int bits);
     /// @}
 
     /// Writes a line to `cdevlog` or, with bit 0x80000000, to `clog`. Any thread, no lock.
     void writelog(unsigned int level, const char* format, ...) NUV_PRINTF_FORMAT(3, 4);
 
-    bool init_done = false;
-    std::uint32_t m_general_bits = 0;
-    std::uint32_t scantime = 5000;  ///< milliseconds between scan passes
-    std::uint64_t difftime = 10;    ///< seconds; decides whether the time-stamp thread is needed
-    std::uint32_t interface_options[NUV_IFTYPE_COUNT] = {};
-    std::mutex mtx;
-    std::condition_variable cv;
-    std::thread thread_scan;
-    std::atomic<bool> thread_scan_run{false};
-    std::thread thread_time;
-    std::atomic<bool> thread_time_run{false};
-    std::unique_ptr<CNuv_shm_manager> shm_mgr;
+    /// \name State
+    /// Public since the kit's other libraries read it. Left to the manager, which guards it as
+    /// docs/architecture.md says.
+    /// @{
+
+    bool init_done = false;            ///< set by a successful `Initialize`, never cleared
+    std::uint32_t m_general_bits = 0;  ///< the bits of <nuv/bits.h>
+    std::uint32_t scantime = 5000;     ///< milliseconds between scan passes
+    std::uint64_t difftime = 10;       ///< seconds; decides whether the time-stamp thread is needed
+    std::uint32_t interface_options[NUV_IFTYPE_COUNT] = {};  ///< by interface type code
+    std::mutex mtx;                                          ///< held for a whole scan pass
+    std::condition_variable cv;                 ///< wakes the threads when they are to stop
+    std::thread thread_scan;                    ///< the scan thread
+    std::atomic<bool> thread_scan_run{false};   ///< false: the scan thread is to end
+    std::thread thread_time;                    ///< the time-stamp thread
+    std::atomic<bool> thread_time_run{false};   ///< false: the time-stamp thread is to end
+    std::unique_ptr<CNuv_shm_manager> shm_mgr;  ///< the manager's own attachment to the registry
+    /// The back-ends that run, by interface type code.
     std::unordered_map<std::uint16_t, std::unique_ptr<CNuv_interface>> interface_list;
-    std::unordered_map<CNuv_grab*, std::uint16_t> grabdev_list;  ///< guarded by `sem_update`
-    std::unordered_map<CNuv_com*, std::uint16_t> comdev_list;    ///< guarded by `sem_update`
-    CNuv_Log* clog = nullptr;                                    ///< the caller's
-    CNuv_Log* cdevlog = nullptr;  ///< the manager's own, deleted by the destructor
-    std::unique_ptr<CNuv_ini> cini;
+    /// Open grabbers with their interface type; guarded by `sem_update`.
+    std::unordered_map<CNuv_grab*, std::uint16_t> grabdev_list;
+    /// Open communication devices with their interface type; guarded by `sem_update`.
+    std::unordered_map<CNuv_com*, std::uint16_t> comdev_list;
+    CNuv_Log* clog = nullptr;        ///< the caller's
+    CNuv_Log* cdevlog = nullptr;     ///< the manager's own, deleted by the destructor
+    std::unique_ptr<CNuv_ini> cini;  ///< made by the first `Initialize`
+    /// @}
 
 private:
     friend class nuv::Update_hold;

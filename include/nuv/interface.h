@@ -1,4 +1,5 @@
-// The base class of every interface back-end. docs/writing-a-backend.md shows how to derive one.
+/// \file
+/// The base class of every interface back-end. docs/writing-a-backend.md shows how to derive one.
 #pragma once
 
 #include <nuv/device.h>
@@ -44,13 +45,15 @@ public:
     /// Brings the registry entries of this type up to date. Called by the scan thread with
     /// `sem_update` held, and by `scan_interface` on any thread with nothing held.
     virtual unsigned int update_devices_in_shmlist() = 0;
-    /// Open a device by the serial number of its registry entry. A handle is stored at the address
+    /// Opens a device by the serial number of its registry entry. A handle is stored at the address
     /// exactly when the result is 0. Any thread, `sem_update` held.
     virtual unsigned int open_grab_device(unsigned int serialnumber, CNuv_grab** grab) = 0;
-    /// Close a handle that this back-end's own open operation gave out. Any thread, `sem_update`
+    /// Closes a handle that this back-end's own open operation gave out. Any thread, `sem_update`
     /// held. After any result but 0 the handle stays open and may be closed again.
     virtual unsigned int close_grab_device(CNuv_grab* grab) = 0;
+    /// \copydoc open_grab_device
     virtual unsigned int open_com_device(unsigned int serialnumber, CNuv_com** com) = 0;
+    /// \copydoc close_grab_device
     virtual unsigned int close_com_device(CNuv_com* com) = 0;
     /// @}
 
@@ -65,12 +68,15 @@ public:
     int set_general_bits(unsigned int bits);
     /// Whether the registry is mapped.
     bool shm_valid();
-    /// Take and give back the registry's `sem_rw` around a multi-step update. Nests, also around
-    /// the operations of `shm_mgr`. \return 0; -1 when the wait failed or nothing is attached
+    /// Takes the registry's `sem_rw` for an update of several steps. Nests, also around the
+    /// operations of `shm_mgr`. \return 0; -1 when the wait failed or nothing is attached
     int shm_wait();
+    /// Gives back what one `shm_wait` took. The holder only.
+    /// \return 0; -1 when nothing is attached
     int shm_post();
-    /// Count a user of an interface type in or out: see `CNuv_shm_manager::increase_opencount`.
+    /// Counts a user of an interface type in: see `CNuv_shm_manager::increase_opencount`.
     unsigned short shm_increase_opencount(unsigned short iftype);
+    /// Counts a user of an interface type out: see `CNuv_shm_manager::decrease_opencount`.
     unsigned short shm_decrease_opencount(unsigned short iftype);
     /// Removes every registry entry of this back-end's `if_type`, and its device number, under one
     /// hold of `sem_rw`. Not attached: writes its end line only. \return always 0
@@ -79,14 +85,14 @@ public:
     void writelogb(unsigned int level, const char* format, ...) NUV_PRINTF_FORMAT(3, 4);
     /// @}
 
-    std::uint8_t backend_byte = 0;  ///< the back-end's own
-    std::uint16_t if_type = 0;      ///< interface type code; the derived constructor sets it
-    char backend_text_a[64] = {};   ///< the back-end's own
-    char backend_text_b[64] = {};   ///< the back-end's own
-    bool difftime_out;              ///< the registry was stale when the device manager attached
-    CNuv_Log* clog;                 ///< not owned
-    CNuv_Log* ciflog = nullptr;     ///< a back-end's own log; not owned by this class
-    std::unique_ptr<CNuv_ini> cini;
-    std::uint32_t general_bits;
+    std::uint8_t backend_byte = 0;   ///< the back-end's own
+    std::uint16_t if_type = 0;       ///< interface type code; the derived constructor sets it
+    char backend_text_a[64] = {};    ///< the back-end's own
+    char backend_text_b[64] = {};    ///< the back-end's own
+    bool difftime_out;               ///< the registry was stale when the device manager attached
+    CNuv_Log* clog;                  ///< not owned
+    CNuv_Log* ciflog = nullptr;      ///< a back-end's own log; not owned by this class
+    std::unique_ptr<CNuv_ini> cini;  ///< null unless the back-end makes one
+    std::uint32_t general_bits;      ///< those of <nuv/bits.h>
     std::unique_ptr<CNuv_shm_manager> shm_mgr;  ///< this back-end's own attachment
 };

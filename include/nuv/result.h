@@ -1,5 +1,6 @@
-// Result codes of the library. Every operation that returns `unsigned int` returns one of these
-// or, where a back-end or the INI locator was asked, that one's own code unchanged.
+/// \file
+/// Result codes of the library. Every operation that returns `unsigned int` returns one of these
+/// or, where a back-end or the INI locator was asked, that one's own code unchanged.
 #pragma once
 
 /// Success.

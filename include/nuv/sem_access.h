@@ -1,4 +1,5 @@
-// Re-entrant access to one process-shared semaphore of the registry.
+/// \file
+/// Re-entrant access to one process-shared semaphore of the registry.
 #pragma once
 
 #include <nuv/export.h>
@@ -53,11 +54,11 @@ public:
     /// Writes a line, without a prefix, when a log is set and bit 0x10000000 is. Any thread.
     void writelog(unsigned int level, const char* format, ...) NUV_PRINTF_FORMAT(3, 4);
 
-    sem_t* sem;
-    std::int32_t wait_called = 0;  ///< nesting depth; 0: not held through this object
-    std::uint64_t t_id = 0;        ///< `pthread_self` of the holder; 0: not held
-    std::uint32_t general_bits = 0;
-    CNuv_Log* clog = nullptr;
+    sem_t* sem;                      ///< in the region; not owned
+    std::int32_t wait_called = 0;    ///< nesting depth; 0: not held through this object
+    std::uint64_t t_id = 0;          ///< `pthread_self` of the holder; 0: not held
+    std::uint32_t general_bits = 0;  ///< those of <nuv/bits.h>
+    CNuv_Log* clog = nullptr;        ///< not owned
     /// The library's own: how a manager's wrapper outlives a dead holder.
     nuv::Semaphore_guard* guard = nullptr;
 };

@@ -1,4 +1,5 @@
-// One process-side attachment to the shared device registry, and the device list behind it.
+/// \file
+/// One process-side attachment to the shared device registry, and the device list behind it.
 #pragma once
 
 #include <nuv/device.h>
@@ -30,6 +31,7 @@ class Attempt;
 /// there. The child makes a manager of its own.
 class NUV_EXPORT CNuv_shm_manager {
 public:
+    /// Without a log and general bits.
     CNuv_shm_manager();
     /// Neither constructor touches the region. `log` may be null and is not owned.
     CNuv_shm_manager(CNuv_Log* log, unsigned int general_bits);
@@ -45,9 +47,11 @@ public:
 
     /// Replaces the log of this object, not that of its semaphore wrappers. Null: no log.
     void SetLog(CNuv_Log* log);
-    /// Replace, add or clear general bits of this object, not of its wrappers. \return always 0
+    /// Replaces the general bits of this object, not of its wrappers. \return always 0
     int set_general_bits(unsigned int bits);
+    /// Adds general bits, as `set_general_bits` does. \return always 0
     int add_general_bits(unsigned int bits);
+    /// Clears general bits, as `set_general_bits` does. \return always 0
     int remove_general_bits(unsigned int bits);
     /// Staleness tolerance in seconds, limited to 4..3600; matters to a later `Initialize` only.
     void set_difftime(unsigned int seconds);
@@ -66,10 +70,11 @@ public:
     ///                            another reason than the region's absence
     /// \retval NUV_ERROR_NOMEMORY a step failed; the object is as before and may try again
     unsigned int Initialize();
-    /// The two ways of `Initialize`, which alone marks the object as initialised. `create_shm`
-    /// attaches when the registry is alive; `open_shm` fails when there is none, and builds it
-    /// where its file is too short. Results as above; `NUV_NOERROR` at once when attached already.
+    /// Creates the registry, or attaches when it is alive. `Initialize` alone marks the object as
+    /// initialised. Results as there; `NUV_NOERROR` at once when attached already.
     unsigned int create_shm();
+    /// Attaches to the registry; fails when there is none, and builds it where its file is too
+    /// short. Results as those of `create_shm`.
     unsigned int open_shm();
     /// Counts out and detaches; the last one removes the region. Nothing happens when the object
     /// is not attached. \return always 0
@@ -84,10 +89,12 @@ public:
     bool time_stamp_timeout();
     /// Stores the present wall-clock time, in seconds, as the heartbeat. Not attached: nothing.
     void update_time_stamp();
-    /// Count a user of an interface type in or out, over all processes.
-    /// \return the new count; 0 when no slot is left, or the type was not counted;
-    ///         `NUV_COUNT_NOT_ATTACHED` when not attached
+    /// Counts a user of an interface type in, over all processes.
+    /// \return the new count; 0 when no slot is left; `NUV_COUNT_NOT_ATTACHED` when not attached
     unsigned short increase_opencount(unsigned short iftype);
+    /// Counts a user of an interface type out, over all processes.
+    /// \return the new count; 0 also when the type was not counted; `NUV_COUNT_NOT_ATTACHED` when
+    ///         not attached
     unsigned short decrease_opencount(unsigned short iftype);
     /// @}
 
@@ -105,25 +112,30 @@ public:
     /// \retval NUV_ERROR_NOMEMORY all 128 entries are taken, or not attached
     unsigned int set_nuvdevice_to_free_listentry(NUV_Device device);
 
-    /// Look a device up. `out.status_bits` is set to 0 before the lock is taken, so `out` must not
+    /// Looks a device up. `out.status_bits` is set to 0 before the lock is taken, so `out` must not
     /// be shared with another thread. An entry that is not in use is copied all the same.
     /// \retval NUV_ERROR_NOT_FOUND no entry matches, or the first that matches is not in use
     unsigned int get_nuvdevice_from_id(unsigned int id, NUV_Device& out);
+    /// \copydoc get_nuvdevice_from_id
     unsigned int get_nuvdevice_from_serialnumber(unsigned int serialnumber, NUV_Device& out);
+    /// \copydoc get_nuvdevice_from_id
     unsigned int get_nuvdevice_from_extendedinfo(unsigned long extended_info, NUV_Device& out);
 
-    /// Change status bits of the first entry with that serial number, in use or not.
+    /// Sets status bits of the first entry with that serial number, in use or not.
     /// \retval NUV_ERROR_NOT_FOUND no entry has it
     unsigned int add_status_bits_to_nuvdevice_from_serialnumber(unsigned int serialnumber,
                                                                 unsigned int bits);
+    /// Clears status bits of the first entry with that serial number, in use or not.
+    /// \retval NUV_ERROR_NOT_FOUND no entry has it
     unsigned int remove_status_bits_to_nuvdevice_from_serialnumber(unsigned int serialnumber,
                                                                    unsigned int bits);
 
-    /// Copy a name of 64 bytes into the first entry with that serial number. `name` is a writable
+    /// Copies a name of 64 bytes into the first entry with that serial number. `name` is a writable
     /// buffer of at least 64 bytes; its byte 63 is set to NUL.
     /// \retval NUV_ERROR_NOT_FOUND no entry has the serial number, or `name` is null
     unsigned int update_interfacename_of_nuvdevice_from_serialnumber(unsigned int serialnumber,
                                                                      char* name);
+    /// \copydoc update_interfacename_of_nuvdevice_from_serialnumber
     unsigned int update_cameraname_of_nuvdevice_from_serialnumber(unsigned int serialnumber,
                                                                   char* name);
 
@@ -148,15 +160,15 @@ public:
     /// Writes a line when a log is set and bit 0x20000000 is. Any thread, no lock.
     void writelog(unsigned int level, const char* format, ...) NUV_PRINTF_FORMAT(3, 4);
 
-    bool init_done = false;         ///< set by a successful `Initialize`, never cleared
-    std::int32_t m_hMem = -1;       ///< the region's descriptor while attached
-    std::int32_t proc_id = 0;       ///< process id at creation, traced only
-    std::uint64_t m_difftime = 10;  ///< staleness tolerance, seconds
-    std::uint32_t general_bits = 0;
-    std::unique_ptr<CNuv_sem_access> sema_rw;
-    std::unique_ptr<CNuv_sem_access> sema_update;
-    NUV_Devlist_Shm* devlist_shm = nullptr;  ///< the mapped region while attached
-    CNuv_Log* clog = nullptr;
+    bool init_done = false;                    ///< set by a successful `Initialize`, never cleared
+    std::int32_t m_hMem = -1;                  ///< the region's descriptor while attached
+    std::int32_t proc_id = 0;                  ///< process id at creation, traced only
+    std::uint64_t m_difftime = 10;             ///< staleness tolerance, seconds
+    std::uint32_t general_bits = 0;            ///< those of <nuv/bits.h>
+    std::unique_ptr<CNuv_sem_access> sema_rw;  ///< `sem_rw`, while attached
+    std::unique_ptr<CNuv_sem_access> sema_update;  ///< `sem_update`, while attached
+    NUV_Devlist_Shm* devlist_shm = nullptr;        ///< the mapped region while attached
+    CNuv_Log* clog = nullptr;                      ///< not owned
 
 private:
     friend class nuv::Attempt;

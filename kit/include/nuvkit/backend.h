@@ -1,4 +1,5 @@
-// What the kit's back-ends share: how cameras that a source sees are kept in the registry.
+/// \file
+/// What the kit's back-ends share: how cameras that a source sees are kept in the registry.
 #pragma once
 
 #include <nuv/interface.h>
@@ -30,6 +31,8 @@ class Camera_source;
 /// entries when nobody else uses the type.
 class NUV_EXPORT Backend : public CNuv_interface {
 public:
+    /// Attaches as the base class does; the source is asked nothing yet. `log` may be null and is
+    /// not owned. \throws std::bad_alloc
     Backend(CNuv_Log* log, unsigned int general_bits, unsigned short iftype,
             std::unique_ptr<Camera_source> source);
     ~Backend() override;

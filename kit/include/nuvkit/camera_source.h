@@ -1,4 +1,5 @@
-// Where a back-end's cameras come from.
+/// \file
+/// Where a back-end's cameras come from.
 #pragma once
 
 #include <nuv/export.h>

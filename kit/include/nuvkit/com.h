@@ -1,4 +1,5 @@
-// A camera's communication device: control.
+/// \file
+/// A camera's communication device: control.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +7,8 @@
 /// Handed out and deleted by the back-end that made it.
 class CNuv_com {
 public:
+    /// A handle for the camera with this serial number.
     explicit CNuv_com(std::uint32_t camera_serialnumber) : serialnumber(camera_serialnumber) {}
 
-    const std::uint32_t serialnumber;
+    const std::uint32_t serialnumber;  ///< the camera's; any thread may read it
 };

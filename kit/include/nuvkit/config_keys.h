@@ -1,5 +1,6 @@
-// Every key of the device manager's INI file: the one table that those go by who read the file,
-// explain it, or look for mistakes in it.
+/// \file
+/// Every key of the device manager's INI file: the one table that those go by who read the file,
+/// explain it, or look for mistakes in it.
 #pragma once
 
 #include <cstddef>
@@ -34,32 +35,37 @@ enum class Key : std::size_t {
     COUNT
 };
 
+/// How a value is read.
 enum class Value_kind {
     on_off,  ///< see `read_switch`
     number,  ///< see `read_number`
     bits,    ///< a number too; people read it in hexadecimal
-    text,
+    text,    ///< as it stands
 };
 
+/// A row of the table.
 struct Config_key {
-    Key key;
-    const char* section;
-    const char* name;
-    Value_kind kind;
+    Key key;              ///< its own place in the table
+    const char* section;  ///< without brackets
+    const char* name;     ///< as people write it; case does not matter
+    Value_kind kind;      ///< how its value is read
     /// The value without the key; of a switch 1 or 0. A text is empty then.
     unsigned long fallback;
     /// A number outside is not used as it stands.
     unsigned long least;
-    unsigned long most;
-    const char* unit;  ///< of a number; empty when it has none
-    const char* meaning;
+    unsigned long most;   ///< as `least`
+    const char* unit;     ///< of a number; empty when it has none
+    const char* meaning;  ///< in a few words, for the operator
 };
 
 namespace config_limits {
+/// The largest value of a 32-bit word.
 constexpr unsigned long word = 0xFFFFFFFF;
+/// No limit.
 constexpr unsigned long none = std::numeric_limits<unsigned long>::max();
 }  // namespace config_limits
 
+/// The table.
 // clang-format off
 inline constexpr Config_key config_keys[] = {
     {Key::usb, "INTERFACES", "USB", Value_kind::on_off, 1, 0, 1, "",
@@ -109,10 +115,12 @@ inline constexpr Config_key config_keys[] = {
 };
 // clang-format on
 
+/// The row of a key.
 constexpr const Config_key& definition_of(Key key) {
     return config_keys[static_cast<std::size_t>(key)];
 }
 
+/// Whether the rows stand in the order of the keys.
 constexpr bool each_key_has_its_row() {
     std::size_t row = 0;
     for (const Config_key& definition : config_keys) {

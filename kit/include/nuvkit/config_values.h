@@ -1,6 +1,7 @@
-// How the device manager's INI file is read: one meaning of a switch and of a number for everybody
-// who reads it. All inline, since another library may take the place of the one that finds the
-// file.
+/// \file
+/// How the device manager's INI file is read: one meaning of a switch and of a number for everybody
+/// who reads it. All inline, since another library may take the place of the one that finds the
+/// file.
 #pragma once
 
 #include <cstdlib>

@@ -1,4 +1,5 @@
-// Who holds a camera, as the kit's back-ends write it into `NUV_Device::backend_data`.
+/// \file
+/// Who holds a camera, as the kit's back-ends write it into `NUV_Device::backend_data`.
 #pragma once
 
 #include <nuv/device.h>
@@ -16,7 +17,9 @@ struct Holder {
 
 /// The calling process.
 NUV_EXPORT Holder current_process();
+/// Who has the camera of this entry open; nobody when it has not been written.
 NUV_EXPORT Holder holder_of(const NUV_Device& device);
+/// Writes the holder into the record; the status bits stay as they are.
 NUV_EXPORT void set_holder(NUV_Device& device, const Holder& holder);
 /// Whether that very process still lives. A process of another user counts as living when it is
 /// there with the same start time; a zombie is dead. Nobody is not living. Process ids mean nothing

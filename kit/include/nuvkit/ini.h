@@ -1,4 +1,5 @@
-// Finds INI files, and makes the log that one of them asks for.
+/// \file
+/// Finds INI files, and makes the log that one of them asks for.
 #pragma once
 
 #include <nuv/export.h>
@@ -36,5 +37,7 @@ private:
     [[maybe_unused]] unsigned char room_for_substitutes[248];
 };
 
+/// None of the folders has the file.
 constexpr unsigned int NUV_INI_NOT_FOUND = 0xA0002005;
+/// The path has no room in the caller's buffer.
 constexpr unsigned int NUV_INI_BAD_BUFFER = 0xA0002006;

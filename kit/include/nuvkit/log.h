@@ -1,4 +1,5 @@
-// The log of the kit: lines selected by level and source, written to a rotating file.
+/// \file
+/// The log of the kit: lines selected by level and source, written to a rotating file.
 #pragma once
 
 #include <nuv/export.h>
@@ -48,6 +49,7 @@ private:
     std::unique_ptr<Impl> impl;
 };
 
+/// What a log writes, and where to.
 struct CNuv_Log::Settings {
     /// A line is written when its level has one of these bits.
     unsigned int level_bits = 0;
