@@ -5,6 +5,9 @@ find_package(Threads REQUIRED)
 add_library(nuv_options INTERFACE)
 target_compile_options(nuv_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror)
+# What is installed does not tell where it was built; debuggers and coverage need to know.
+target_compile_options(nuv_options INTERFACE "$<$<CONFIG:Release>:\
+-ffile-prefix-map=${PROJECT_BINARY_DIR}=build;-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
 target_link_libraries(nuv_options INTERFACE Threads::Threads)
 if(NUV_SANITIZE)
     target_compile_options(nuv_options INTERFACE

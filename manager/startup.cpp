@@ -1,5 +1,6 @@
 // `Initialize`: log and locator, configuration, registry, back-ends, threads.
 #include "manager/backend_table.h"
+#include "manager/build_date.h"
 #include "manager/listens.h"
 
 #include <nuv/bits.h>
@@ -20,7 +21,7 @@ void create_locator_and_log(CNuv_device_manager& manager, const char* op) {
     manager.cini = std::make_unique<CNuv_ini>("nuv_devicemgr");
     manager.cdevlog = manager.cini->create_log_from_ini();
     if (manager.cdevlog != nullptr) {
-        manager.cdevlog->set_lib_vers("nuv_usb", "2,1,0,38", __DATE__);
+        manager.cdevlog->set_lib_vers("nuv_usb", "2,1,0,38", nuv::build_date);
         NUV_LOG(manager, NUV_LOG_TRACE, "%s: loglevel 0x%x", op, manager.cdevlog->get_logbits());
     }
 }
