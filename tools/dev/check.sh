@@ -2,6 +2,7 @@
 # Sourced by ./dev. Further gates (the benchmark's counts) are lines in `check`.
 
 . tools/dev/sources.sh
+. tools/dev/gates_others.sh
 
 linted_folders='^(registry|interface|manager|kit|tools|examples)/'
 
@@ -53,13 +54,16 @@ gate_model() {
     models/check
 }
 
-# gate NAME FAILURE: runs gate_NAME, its output in build/check/NAME.log; says FAILURE when it fails.
+# gate NAME FAILURE [LINES]: runs gate_NAME if it is wanted, its output in build/check/NAME.log; says
+# FAILURE when it fails, and shows those LINES of the output, a regular expression, when it does not.
 gate() {
     local name=$1 failure=$2 log=build/check/$1.log started=$SECONDS
+    [ ${#wanted[@]} -eq 0 ] || [[ " ${wanted[*]} " == *" $name "* ]] || return 0
     printf 'check: %-18s' "$name"
     if ("gate_$name") >"$log" 2>&1; then
         printf 'ok      %4d s\n' $((SECONDS - started))
         summary+=("$(printf '%-18s ok' "$name")")
+        [ -z "${3:-}" ] || grep -E "$3" "$log" || true
         return
     fi
     printf 'FAILED  %4d s\n' $((SECONDS - started))
@@ -75,25 +79,31 @@ check() {
         long=yes
         shift
     fi
-    [ $# -eq 0 ] || fail "usage: ./dev check [--long]"
+    local wanted=("$@")
     mkdir -p build/check
     local summary=() failed=0
     gate format "Sources are not laid out as .clang-format says; ./dev format mends it."
     gate include_rules "A room includes a header that it may not see."
     gate exported_symbols "The libraries differ from what they are meant to export or need."
+    gate headers "A public header does not compile alone without warnings."
+    gate reference "A public entry is not documented, or not well."
+    gate abi "What other libraries rely on has changed; if that is meant: ./dev abi --update."
     gate clang "The tree does not build with clang without warnings."
     gate clang_tidy "clang-tidy found fault with the sources."
     gate cppcheck "cppcheck found fault with the sources."
     gate asan "A test fails, or is unclean, under the address and undefined-behaviour sanitizers."
     gate tsan "A test fails, or races, under the thread sanitizer."
-    gate fuzzers "Some input makes the library or the tool crash, hang or answer wrongly."
-    grep '^fuzz:' build/check/fuzzers.log || true
-    gate model "The protocol of the region's life has an error, or a rule that nothing needs."
-    grep 'searches' build/check/model.log || true
+    gate fuzzers "Some input makes the library or the tool crash, hang or answer wrongly." '^fuzz:'
+    gate model "The protocol of the region's life has an error, or a rule that nothing needs." \
+        searches
+    gate packages "The Debian packages are not well made, or do not install, work and go again." \
+        'on Debian'
+    gate reproducible "Two builds of these sources, in two folders, differ."
     if [ -n "$long" ]; then
         . tools/dev/long_runs.sh
         long_gates
     fi
+    [ ${#summary[@]} -gt 0 ] || fail "there is no gate $*; usage: ./dev check [--long] [GATE...]"
     printf '\n'
     printf '%s\n' "${summary[@]}"
     [ "$failed" -eq 0 ] || fail "$failed of ${#summary[@]} gates failed"

@@ -13,12 +13,21 @@ packages_build=(
     mount             # a /dev/shm of its own for each test and for the demo
 )
 
+packages_package=(
+    dpkg-dev          # what the packages depend on
+    file              # finds libraries among files
+    lintian           # looks over the packages
+    mmdebstrap        # a bare system to install them on
+)
+
 packages_check=(
+    abigail-tools     # records and compares what other libraries rely on
     clang             # the second compiler
     libclang-rt-14-dev # its sanitizers
     clang-format      # the layout of the sources
     clang-tidy        # lint
     cppcheck          # lint
+    doxygen           # the reference of the public headers
     spin              # searches the model of the region's life; with gcc
 )
 
