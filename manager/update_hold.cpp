@@ -36,7 +36,7 @@ bool Update_hold::until_shutdown_is_due(CNuv_device_manager& manager, std::chron
 bool Update_hold::go_on(std::chrono::milliseconds waited) {
     if (waited >= next_line) {
         next_line += between_lines;
-        NUV_LOG(manager, NUV_LOG_ERROR, "%s: sem_update has been taken for %d s, see nuvctl status",
+        NUV_LOG(manager, NUV_LOG_ERROR, "%s: sem_update has been taken for %d s, see nuvctl doctor",
                 op, static_cast<int>(waited / 1s));
     }
     return worth_waiting(manager, waited);

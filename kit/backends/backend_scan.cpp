@@ -154,7 +154,7 @@ void Backend::State::free_dead_holders(const Scan& scan) {
             const NUV_Device entry = hold.registry().nuvdevice[i];
             if (entry.nuv_iftype == owner.if_type && is_open(entry) &&
                 same_holder(holder_of(entry), holder)) {
-                mark_closed(hold.registry(), i, open_bits);
+                release_camera(hold.registry(), i);
             }
         }
     }

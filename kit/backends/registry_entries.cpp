@@ -103,6 +103,10 @@ void mark_closed(NUV_Devlist_Shm& registry, int index, std::uint32_t bits) {
     }
 }
 
+void release_camera(NUV_Devlist_Shm& registry, int index) {
+    mark_closed(registry, index, open_bits);
+}
+
 void mark_gone(NUV_Devlist_Shm& registry, int index) {
     NUV_Device& entry = registry.nuvdevice[index];
     entry.status_bits &= ~NUV_STATUS_PRESENT;

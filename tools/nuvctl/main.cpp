@@ -28,6 +28,8 @@ constexpr Verb verbs[] = {
     {"who", "The processes that are attached or hold a camera", nuvctl::declare_who},
     {"watch", "The cameras and the registry as they change", nuvctl::declare_watch},
     {"wait", "Wait until a camera is there, or gone", nuvctl::declare_wait},
+    {"doctor", "Check the registry, its users and the configuration", nuvctl::declare_doctor},
+    {"repair", "Mend what doctor finds", nuvctl::declare_repair},
     {"run", "Run a device manager in the foreground until interrupted", nuvctl::declare_run},
     {"config", "The configuration: every key, its value and where it comes from",
      nuvctl::declare_config},

@@ -15,8 +15,10 @@ using Action = std::function<Exit()>;
 
 Action declare_completion(CLI::App& arguments);
 Action declare_config(CLI::App& arguments);
+Action declare_doctor(CLI::App& arguments);
 Action declare_list(CLI::App& arguments);
 Action declare_open(CLI::App& arguments);
+Action declare_repair(CLI::App& arguments);
 Action declare_run(CLI::App& arguments);
 Action declare_show(CLI::App& arguments);
 Action declare_status(CLI::App& arguments);

@@ -4,6 +4,7 @@
 
 #include <nuv/device.h>
 #include <nuv/export.h>
+#include <nuv/registry_layout.h>
 
 #include <cstdint>
 
@@ -26,5 +27,9 @@ NUV_EXPORT void set_holder(NUV_Device& device, const Holder& holder);
 /// outside their PID namespace: processes that share the registry must share that too, or one takes
 /// the other's for dead.
 NUV_EXPORT bool is_alive(const Holder& holder);
+
+/// Takes the camera of entry `index` from its holder, as a scan does when the holder has died. With
+/// `sem_rw` held.
+NUV_EXPORT void release_camera(NUV_Devlist_Shm& registry, int index);
 
 }  // namespace nuvkit

@@ -1,0 +1,277 @@
+// A registry that is broken in one way: what doctor says of it, and what repair leaves.
+#include "nuvctl/hand_made_registry.h"
+#include "nuvctl/tool.h"
+#include "support/child_process.h"
+#include "support/private_world.h"
+
+#include <nuv/iftype.h>
+
+#include <nuvkit/holder.h>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+using namespace nuv_test;
+
+/// The verdict of one check; empty when it was not made.
+std::string verdict_on(const std::string& check, const nlohmann::json& answer) {
+    for (const nlohmann::json& one : answer["checks"]) {
+        EXPECT_FALSE(one["facts"].empty()) << one;
+        EXPECT_EQ(one["verdict"] == "ok", one["remedies"].empty()) << one;
+        if (one["name"] == check) {
+            return one["verdict"];
+        }
+    }
+    return "";
+}
+
+void expect_verdict(const std::string& check, const std::string& verdict, int code) {
+    const Outcome json = run_tool({"doctor", "--json"});
+    EXPECT_EQ(json.code, code) << check;
+    EXPECT_EQ(verdict_on(check, json.json()), verdict) << json.json().dump(1);
+}
+
+/// Does not repair unasked, then does, and leaves no problem.
+void expect_repair() {
+    const std::string before = published_bytes();
+    EXPECT_EQ(run_tool({"repair"}).code, 2);
+    EXPECT_EQ(run_tool({"repair", "--dry-run"}).code, 0);
+    EXPECT_EQ(published_bytes().size(), before.size());
+    const Outcome repair = run_tool({"repair", "--yes"});
+    EXPECT_EQ(repair.code, 0) << repair.messages;
+    EXPECT_NE(run_tool({"doctor", "--json"}).json()["verdict"], "problem");
+}
+
+NUV_Device camera_of_a_dead_process() {
+    NUV_Device device = camera(5, NUV_IFTYPE_USB3, 1, "left", "");
+    device.status_bits |= NUV_STATUS_GRAB_OPEN;
+    nuvkit::Holder holder = nuvkit::current_process();
+    holder.start_ticks -= 1;
+    nuvkit::set_holder(device, holder);
+    return device;
+}
+
+TEST(Doctor, NoRegistryIsNoProblemButAnswersSeven) {
+    expect_verdict("registry", "warning", 7);
+    EXPECT_EQ(run_tool({"doctor"}).code, 7);
+    EXPECT_EQ(run_tool({"repair", "--yes"}).code, 0);
+    EXPECT_FALSE(std::filesystem::exists(registry_path()));
+}
+
+TEST(Doctor, RegistryOfTheDeadIsNamedAndRemoved) {
+    NUV_Devlist_Shm registry = empty_registry();
+    publish(registry);
+    expect_verdict("managers", "problem", 1);
+    expect_repair();
+    EXPECT_FALSE(std::filesystem::exists(registry_path()));
+
+    registry.time_stamp -= 11;
+    publish(registry);
+    expect_verdict("heartbeat", "problem", 1);
+    expect_repair();
+    EXPECT_FALSE(std::filesystem::exists(registry_path()));
+
+    registry.time_stamp += 3600;
+    publish(registry);
+    expect_verdict("heartbeat", "problem", 1);
+}
+
+TEST(Doctor, WrongBytesAreNamedAndRemoved) {
+    publish(std::string(100, 'x'));
+    expect_verdict("format", "problem", 1);
+    expect_repair();
+    EXPECT_FALSE(std::filesystem::exists(registry_path()));
+
+    NUV_Devlist_Shm registry = empty_registry();
+    registry.struct_version = 0x0100;
+    publish(registry);
+    expect_verdict("format", "problem", 1);
+    expect_repair();
+    EXPECT_FALSE(std::filesystem::exists(registry_path()));
+
+    ASSERT_EQ(mkfifo(registry_path().c_str(), 0600), 0);
+    expect_verdict("registry", "problem", 1);
+    EXPECT_EQ(run_tool({"repair", "--yes"}).code, 0);
+    EXPECT_FALSE(std::filesystem::exists(registry_path()));
+}
+
+TEST(Doctor, ConfigurationIsCheckedToo) {
+    write_ini("nuv_devicemgr", "[INTERFACES]\nUSB=0 ; enable later\n");
+    expect_verdict("configuration", "warning", 7);
+    write_ini("nuv_devicemgr", "[OPTIONS]\nScantime=11000\nDifftime=60\n");
+    expect_verdict("configuration", "problem", 1);
+    EXPECT_EQ(run_tool({"repair", "--yes"}).code, 1);
+}
+
+/// The region beside the processes that use it.
+class Region {
+public:
+    Region() {
+        const int file = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
+        mapped = static_cast<NUV_Devlist_Shm*>(
+            mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+        close(file);
+    }
+    Region(const Region&) = delete;
+    Region& operator=(const Region&) = delete;
+    ~Region() { munmap(mapped, NUV_SHM_SIZE); }
+
+    NUV_Devlist_Shm* operator->() const { return mapped; }
+    sem_t* sem_rw() const { return semaphore(offsetof(NUV_Devlist_Shm, sem_rw)); }
+    sem_t* sem_update() const { return semaphore(offsetof(NUV_Devlist_Shm, sem_update)); }
+
+private:
+    sem_t* semaphore(std::size_t offset) const {
+        return reinterpret_cast<sem_t*>(reinterpret_cast<char*>(mapped) + offset);
+    }
+
+    NUV_Devlist_Shm* mapped;
+};
+
+/// Doctor on a registry that a living manager keeps; its scans are off, so that it mends nothing.
+class Doctor_beside_manager : public testing::Test {
+protected:
+    void SetUp() override {
+        write_ini("nuv_devicemgr", "[OPTIONS]\nScan=0\n");
+        manager = start();
+        ASSERT_EQ(run_tool({"doctor"}).code, 0);
+    }
+
+    static std::unique_ptr<Child> start() {
+        auto child = std::make_unique<Child>(std::vector<std::string>{tool_path(), "run"});
+        EXPECT_NE(child->read_line().value_or("").find("is running"), std::string::npos);
+        return child;
+    }
+
+    void expect_orderly_end() const {
+        manager->signal(SIGTERM);
+        EXPECT_EQ(manager->wait(), 0);
+        EXPECT_FALSE(std::filesystem::exists(registry_path()));
+    }
+
+    std::unique_ptr<Child> manager;
+};
+
+TEST_F(Doctor_beside_manager, CountOfTheDeadIsNamedAndCorrected) {
+    start()->kill_and_wait();
+    expect_verdict("managers", "warning", 0);
+    expect_repair();
+    expect_verdict("managers", "ok", 0);
+    expect_orderly_end();
+}
+
+TEST_F(Doctor_beside_manager, CameraOfADeadProcessIsNamedAndFreed) {
+    { Region()->nuvdevice[3] = camera_of_a_dead_process(); }
+    expect_verdict("holders", "problem", 1);
+    expect_repair();
+    const Outcome list = run_tool({"list", "--json"});
+    EXPECT_EQ(list.json()["cameras"][0]["state"], "present");
+    EXPECT_TRUE(list.json()["cameras"][0]["holder"].is_null());
+}
+
+TEST_F(Doctor_beside_manager, LostSemUpdateIsNamedAndFreed) {
+    { ASSERT_EQ(sem_trywait(Region().sem_update()), 0); }
+    expect_verdict("semaphores", "problem", 1);
+    expect_repair();
+    {
+        const Region region;
+        sem_post(region.sem_update());
+        EXPECT_EQ(sem_trywait(region.sem_update()), 0);
+        sem_post(region.sem_update());
+    }
+    expect_verdict("semaphores", "warning", 0);
+    expect_repair();
+    expect_verdict("semaphores", "ok", 0);
+}
+
+TEST_F(Doctor_beside_manager, LostSemRwIsNamedAndLeftToTheLiving) {
+    { ASSERT_EQ(sem_trywait(Region().sem_rw()), 0); }
+    { Region()->nuvdevice[0] = camera(7, NUV_IFTYPE_GIGE, 9, "kept", ""); }
+    expect_verdict("semaphores", "problem", 1);
+    EXPECT_EQ(run_tool({"repair", "--yes"}).code, 0);
+    expect_verdict("semaphores", "ok", 0);
+    EXPECT_EQ(run_tool({"list", "--json"}).json()["cameras"][0]["id"], 7);
+}
+
+TEST_F(Doctor_beside_manager, DuplicateSerialNumberIsNamed) {
+    {
+        const Region region;
+        region->nuvdevice[0] = camera(1, NUV_IFTYPE_GIGE, 9, "a", "");
+        region->nuvdevice[1] = camera(2, NUV_IFTYPE_USB3, 9, "b", "");
+    }
+    expect_verdict("serial numbers", "ok", 0);
+    { Region()->nuvdevice[2] = camera(3, NUV_IFTYPE_GIGE, 9, "c", ""); }
+    expect_verdict("serial numbers", "warning", 0);
+}
+
+TEST_F(Doctor_beside_manager, RegistryThatKeepsOthersOutIsNamed) {
+    ASSERT_EQ(chmod(registry_path().c_str(), 0664), 0);
+    expect_verdict("access", "ok", 0);
+    ASSERT_EQ(chmod(registry_path().c_str(), 0644), 0);
+    expect_verdict("access", "warning", 0);
+    ASSERT_EQ(chmod(registry_path().c_str(), 0), 0);
+    const std::vector<std::string> as_ordinary_user = {
+        "setpriv", "--bounding-set=-dac_override,-dac_read_search"};
+    const Outcome outcome = run_tool({"doctor", "--json"}, as_ordinary_user);
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(verdict_on("access", outcome.json()), "problem");
+}
+
+TEST_F(Doctor_beside_manager, LivingProcessesAreNotHarmedUnlessForced) {
+    manager->signal(SIGSTOP);
+    { Region()->time_stamp -= 60; }
+    expect_verdict("heartbeat", "problem", 1);
+    EXPECT_EQ(run_tool({"repair", "--yes"}).code, 4);
+    EXPECT_EQ(run_tool({"status"}).code, 7);
+    EXPECT_EQ(run_tool({"repair", "--yes", "--force"}).code, 0);
+    expect_verdict("managers", "ok", 0);
+    manager->signal(SIGCONT);
+
+    std::filesystem::remove(registry_path());
+    expect_verdict("name", "problem", 1);
+    EXPECT_EQ(run_tool({"repair", "--yes"}).code, 4);
+    const Outcome refusal = run_tool({"repair", "--dry-run"});
+    EXPECT_EQ(refusal.code, 4);
+    EXPECT_NE(refusal.lines[1].find(std::to_string(manager->pid()) + " nuvctl"), std::string::npos);
+    EXPECT_EQ(run_tool({"repair", "--yes", "--force"}).code, 0);
+    EXPECT_EQ(manager->wait(), 0);
+    expect_verdict("name", "ok", 7);
+}
+
+TEST_F(Doctor_beside_manager, ProcessOnAnotherRegistryIsNamed) {
+    const std::string run = tool_path() + " run";
+    Child elsewhere({"/bin/sh", "-c",
+                     "exec unshare -m sh -c 'mount -t tmpfs none /dev/shm && exec " + run + "'"});
+    EXPECT_TRUE(elsewhere.read_line());
+    const std::string id = std::to_string(elsewhere.pid());
+    const nlohmann::json answer = run_tool({"doctor", "--json"}).json();
+    for (const nlohmann::json& check : answer["checks"]) {
+        if (check["name"] == "namespaces") {
+            EXPECT_EQ(check["verdict"], "warning");
+            EXPECT_NE(check.dump().find(id + " nuvctl"), std::string::npos) << check;
+        }
+    }
+}
+
+TEST_F(Doctor_beside_manager, RepairAsksOnATerminal) {
+    start()->kill_and_wait();
+    const auto answer = [](const char* word) {
+        Child terminal(
+            {"/bin/sh", "-c", "exec script -qec '" + tool_path() + " repair' /dev/null"});
+        terminal.send_line(word);
+        return terminal.wait();
+    };
+    EXPECT_EQ(answer("n"), 1);
+    expect_verdict("managers", "warning", 0);
+    EXPECT_EQ(answer("y"), 0);
+    expect_verdict("managers", "ok", 0);
+}
+
+}  // namespace

@@ -1,0 +1,138 @@
+// Whether there is a registry that can be used, and by whom.
+#include "checks.h"
+#include "file_text.h"
+#include "process_text.h"
+#include "suspects.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+
+namespace nuvctl {
+namespace {
+
+constexpr char region_path[] = "/dev/shm/nuv_device_shmem";
+
+std::string who_may_attach(const struct stat& file) {
+    const bool group_may = (file.st_mode & 0060) == 0060;
+    const bool others_may = (file.st_mode & 0006) == 0006;
+    if (others_may) {
+        return "everybody";
+    }
+    return "root, user " + user_name(file.st_uid) +
+           (group_may ? " and group " + group_name(file.st_gid) : "");
+}
+
+std::string access_text(const struct stat& file) {
+    return "owner " + user_name(file.st_uid) + ", group " + group_name(file.st_gid) + ", mode " +
+           mode_text(file.st_mode) + ": " + who_may_attach(file) + " may attach";
+}
+
+std::string open_to_group_video() {
+    return std::string("sudo chgrp video ") + region_path + " && sudo chmod 0664 " + region_path;
+}
+
+}  // namespace
+
+std::optional<Finding> check_registry(const Facts& facts) {
+    const Registry_view& view = facts.view();
+    switch (view.state) {
+        case Registry_state::absent:
+            return Finding{Verdict::warning, {view.problem}, {"nuvctl run"}};
+        case Registry_state::unreadable:
+            return Finding{Verdict::problem, {view.problem}, {"nuvctl repair"}};
+        case Registry_state::no_permission:
+            return std::nullopt;  // check_access tells
+        default:
+            break;
+    }
+    return Finding{Verdict::ok,
+                   {std::string(NUV_SHM_NAME) + ", inode " + std::to_string(view.file->st_ino)},
+                   {}};
+}
+
+std::optional<Finding> check_format(const Facts& facts) {
+    const Registry_view& view = facts.view();
+    if (view.bytes) {
+        char text[64];
+        std::snprintf(text, sizeof text, "%lld bytes, version 0x%04x",
+                      static_cast<long long>(view.file->st_size), view.bytes->struct_version);
+        return Finding{Verdict::ok, {text}, {}};
+    }
+    if (view.state != Registry_state::too_short && view.state != Registry_state::wrong_version) {
+        return std::nullopt;
+    }
+    Finding finding{Verdict::problem, {view.problem}, {"nuvctl repair"}};
+    if (const std::vector<Region_user> users = attached_users(facts); !users.empty()) {
+        finding.facts.push_back("it is in use by " + names_of(users));
+        finding.remedies.insert(finding.remedies.begin(), kill_command(users));
+    } else {
+        finding.facts.emplace_back("no process has it mapped");
+    }
+    return finding;
+}
+
+std::optional<Finding> check_name(const Facts& facts) {
+    const std::vector<Region_user> users = cut_off_users(facts);
+    if (users.empty()) {
+        return Finding{Verdict::ok, {"nobody is on a registry without a name"}, {}};
+    }
+    return Finding{Verdict::problem,
+                   {"attached to a registry whose name was removed: " + names_of(users),
+                    "newcomers do not see it, and they do not see what newcomers do; restart them"},
+                   {kill_command(users)}};
+}
+
+std::optional<Finding> check_namespaces(const Facts& facts) {
+    Finding finding;
+    for (const std::vector<Region_user>& users : other_registries(facts)) {
+        finding.facts.push_back("on another registry, in a /dev/shm of its own: " +
+                                names_of(users));
+        finding.remedies.push_back("sudo nsenter -t " + std::to_string(users[0].process.id) +
+                                   " -m -i nuvctl status");
+    }
+    if (const std::vector<Region_user> users = users_with_other_ids(facts); !users.empty()) {
+        finding.facts.push_back(
+            "on this registry, but with process ids of their own, so that their cameras may be "
+            "freed under them: " +
+            names_of(users));
+        finding.remedies.emplace_back("sudo lsns -t pid");
+    }
+    if (has_invisible_users(facts)) {
+        finding.facts.emplace_back("somebody is attached whom this user or container cannot see");
+        finding.remedies.emplace_back("sudo nuvctl doctor");
+    }
+    if (finding.facts.empty()) {
+        return Finding{Verdict::ok, {"nobody was seen on another registry"}, {}};
+    }
+    finding.verdict = Verdict::warning;
+    return finding;
+}
+
+std::optional<Finding> check_access(const Facts& facts) {
+    const Registry_view& view = facts.view();
+    if (view.state == Registry_state::no_permission) {
+        return Finding{Verdict::problem, {view.problem}, {open_to_group_video()}};
+    }
+    if (!view.file || !S_ISREG(view.file->st_mode)) {
+        return std::nullopt;
+    }
+    Finding finding{Verdict::ok, {access_text(*view.file)}, {}};
+    const bool group_is_kept_out = (view.file->st_mode & 0060) != 0060;
+    const bool others_are_kept_out = (view.file->st_mode & 0006) != 0006;
+    if (!facts.may_attach) {
+        finding.verdict = Verdict::problem;
+        finding.facts.emplace_back("this user may not");
+        finding.remedies.push_back(
+            group_is_kept_out ? open_to_group_video()
+                              : "sudo usermod -aG " + group_name(view.file->st_gid) + " $USER");
+    } else if (group_is_kept_out && others_are_kept_out) {
+        finding.verdict = Verdict::warning;
+        finding.facts.emplace_back(
+            "General_Bits = 0x10000 in the configuration opens later ones to group video");
+        finding.remedies.push_back(open_to_group_video());
+    }
+    return finding;
+}
+
+}  // namespace nuvctl

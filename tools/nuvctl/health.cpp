@@ -1,0 +1,93 @@
+#include "health.h"
+
+#include "checks.h"
+#include "descriptor.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace nuvctl {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr Check checks[] = {
+    {"registry", check_registry},
+    {"format", check_format},
+    {"heartbeat", check_heartbeat},
+    {"semaphores", check_semaphores},
+    {"managers", check_managers},
+    {"holders", check_holders},
+    {"name", check_name},
+    {"namespaces", check_namespaces},
+    {"access", check_access},
+    {"serial numbers", check_serial_numbers},
+    {"configuration", check_configuration},
+};
+
+/// Longer than anybody holds `sem_rw`, and than most scans take.
+constexpr milliseconds patience(3000);
+
+bool count_fits(const Registry_status& status) {
+    return !status.view.bytes ||
+           status.view.bytes->opencount == managers_on(status.users, status.view);
+}
+
+/// The count and the processes are not read at one moment: somebody may have come or gone.
+Registry_status settled_status() {
+    Registry_status status = examine_registry(patience);
+    for (int tries = 0; tries < 3 && !count_fits(status); ++tries) {
+        std::this_thread::sleep_for(milliseconds(200));
+        status = examine_registry(patience);
+    }
+    return status;
+}
+
+/// Whether an attached manager has its lock on the region, wherever it runs. Only asks.
+bool is_somebody_present() {
+    const Descriptor region(shm_open(NUV_SHM_NAME, O_RDONLY | O_NONBLOCK, 0));
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 1;
+    lock.l_len = 1;
+    return fcntl(region.number, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
+}  // namespace
+
+Facts collect_facts() {
+    Facts facts;
+    facts.status = settled_status();
+    facts.may_attach = may_attach();
+    facts.is_root = geteuid() == 0;
+    facts.somebody_is_present = is_somebody_present();
+    facts.config = read_config("");
+    facts.config_remarks = remarks_on(facts.config);
+    return facts;
+}
+
+std::vector<Diagnosis> diagnose(const Facts& facts) {
+    std::vector<Diagnosis> diagnoses;
+    for (const Check& check : checks) {
+        if (auto finding = check.look(facts)) {
+            diagnoses.push_back({&check, std::move(*finding)});
+        }
+    }
+    return diagnoses;
+}
+
+Verdict worst_of(const std::vector<Diagnosis>& diagnoses) {
+    Verdict worst = Verdict::ok;
+    for (const Diagnosis& diagnosis : diagnoses) {
+        worst = std::max(worst, diagnosis.finding.verdict);
+    }
+    return worst;
+}
+
+}  // namespace nuvctl

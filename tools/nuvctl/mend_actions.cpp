@@ -1,0 +1,167 @@
+#include "mend_actions.h"
+
+#include "descriptor.h"
+#include "process_text.h"
+#include "registry_view.h"
+#include "result_text.h"
+#include "suspects.h"
+
+#include <nuv/result.h>
+#include <nuv/shm_manager.h>
+
+#include <nuvkit/holder.h>
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <thread>
+
+namespace nuvctl {
+namespace {
+
+/// This process attached to the registry, and alone in it while it lives.
+class Registry_hold {
+public:
+    Registry_hold() : code(manager.Initialize()) {
+        if (is_attached()) {
+            acquired = manager.sema_rw->wait() == 0;
+        }
+    }
+    Registry_hold(const Registry_hold&) = delete;
+    Registry_hold& operator=(const Registry_hold&) = delete;
+    ~Registry_hold() {
+        if (acquired) {
+            manager.sema_rw->post();
+        }
+    }
+
+    bool has_cleared() const { return code == NUV_DIFFTIME_OUT; }
+    NUV_Devlist_Shm& region() const { return *manager.devlist_shm; }
+    /// Empty when it is held.
+    std::string problem() const {
+        return acquired ? "" : "cannot attach to the registry: " + result_text(code);
+    }
+
+private:
+    bool is_attached() const { return code == NUV_NOERROR || code == NUV_DIFFTIME_OUT; }
+
+    CNuv_shm_manager manager;  // detaches after the destructor has given the semaphore back
+    const unsigned int code;
+    bool acquired = false;
+};
+
+int living_managers() {
+    constexpr int this_process = 1;
+    return managers_on(find_region_users(), look_at_registry()) + this_process;
+}
+
+/// While nobody can count in or out: a manager is mapped before it counts in and until after it
+/// has counted out, so what is counted beyond the mapped ones has died. The other way round only
+/// a clear explains the difference: it forgets those that live.
+void set_count(const Registry_hold& hold) {
+    const int living = living_managers();
+    const int counted = hold.region().opencount;
+    if (counted > living || hold.has_cleared()) {
+        hold.region().opencount = static_cast<std::int16_t>(
+            std::min<int>(living, std::numeric_limits<std::int16_t>::max()));
+    }
+}
+
+std::string end_process(const Process& process) {
+    const Descriptor handle(static_cast<int>(syscall(SYS_pidfd_open, process.id, 0)));
+    const auto now = find_process(process.id);
+    if (handle.number < 0 || !now || now->start_ticks != process.start_ticks) {
+        return "";  // it has ended
+    }
+    if (syscall(SYS_pidfd_send_signal, handle.number, SIGTERM, nullptr, 0) != 0) {
+        return process_text(process) + " cannot be ended: " + std::strerror(errno);
+    }
+    constexpr int patience_ms = 10000;
+    pollfd end = {handle.number, POLLIN, 0};
+    return poll(&end, 1, patience_ms) == 1 ? "" : process_text(process) + " does not end";
+}
+
+}  // namespace
+
+std::string remove_odd_file() {
+    const std::string path = std::string("/dev/shm") + NUV_SHM_NAME;
+    const bool done =
+        look_at_registry().state != Registry_state::unreadable || std::remove(path.c_str()) == 0;
+    return done ? "" : "cannot remove " + path + ": " + std::strerror(errno);
+}
+
+std::string replace_registry() {
+    std::string problem;
+    {
+        const Registry_hold hold;
+        problem = hold.problem();
+        if (problem.empty()) {
+            set_count(hold);
+        }
+    }
+    // Attaching fails on another version, but has removed it then.
+    return look_at_registry().state == Registry_state::absent ? "" : problem;
+}
+
+std::string correct_count() {
+    const Registry_hold hold;
+    if (hold.problem().empty()) {
+        set_count(hold);
+    }
+    return hold.problem();
+}
+
+std::string await_sem_rw() {
+    for (int tries = 0; tries < 300; ++tries) {
+        const Registry_view view = look_at_registry();
+        if (!view.bytes || value_of(view.bytes->sem_rw) > 0) {
+            return "";
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return "no manager frees sem_rw: end the processes that `nuvctl who` lists, then try again";
+}
+
+std::string free_sem_update() {
+    CNuv_shm_manager manager;
+    const unsigned int code = manager.Initialize();
+    if (code != NUV_NOERROR && code != NUV_DIFFTIME_OUT) {
+        return "cannot attach to the registry: " + result_text(code);
+    }
+    if (manager.sema_update->wait() != 0) {
+        return "cannot wait for sem_update";
+    }
+    while (manager.sema_update->trywait() == 0) {
+    }
+    manager.sema_update->post();
+    return "";
+}
+
+std::string release_cameras_of_the_dead() {
+    const Registry_hold hold;
+    for (int index = 0; hold.problem().empty() && index < NUV_DEVICE_COUNT; ++index) {
+        if (is_held_by_the_dead(hold.region().nuvdevice[index])) {
+            nuvkit::release_camera(hold.region(), index);
+        }
+    }
+    return hold.problem();
+}
+
+std::string end_processes(const std::vector<Region_user>& users) {
+    std::string problems;
+    for (const Region_user& user : users) {
+        const std::string problem = end_process(user.process);
+        problems += (problems.empty() || problem.empty() ? "" : ", ") + problem;
+    }
+    return problems;
+}
+
+}  // namespace nuvctl

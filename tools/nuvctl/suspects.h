@@ -1,0 +1,44 @@
+// The facts that both the checks and the mends go by.
+#pragma once
+
+#include "camera.h"
+#include "health.h"
+
+#include <vector>
+
+namespace nuvctl {
+
+/// Processes that are attached to the registry that has the name.
+std::vector<Region_user> attached_users(const Facts& facts);
+/// Processes that are attached to a registry of this /dev/shm whose name was removed or replaced.
+std::vector<Region_user> cut_off_users(const Facts& facts);
+
+/// Whether somebody is attached whom /proc does not show, as the host's processes to a container.
+bool has_invisible_users(const Facts& facts);
+/// Whether somebody may be attached who was not seen.
+bool may_have_unseen_users(const Facts& facts);
+/// Processes that are attached to the registry, but whose process ids mean others than ours.
+std::vector<Region_user> users_with_other_ids(const Facts& facts);
+/// Those on registries of other /dev/shm, by registry.
+std::vector<std::vector<Region_user>> other_registries(const Facts& facts);
+
+/// More managers are counted than live, and everybody was seen.
+bool count_is_too_high(const Facts& facts);
+/// Nobody who is attached lives, though the heartbeat is young, and everybody was seen.
+bool all_have_died(const Facts& facts);
+
+bool is_held_by_the_dead(const NUV_Device& entry);
+/// Cameras that are marked as open by a process that has died.
+std::vector<Camera> cameras_of_the_dead(const Facts& facts);
+
+bool is_stuck(const Semaphore_look& look);
+/// `sem_update` is held, its lock is not, and nobody is attached who knows no lock: the holder has
+/// died.
+bool update_holder_is_lost(const Facts& facts);
+
+/// "kill 12 34"
+std::string kill_command(const std::vector<Region_user>& users);
+/// "12 viewer (ann)", one after the other.
+std::string names_of(const std::vector<Region_user>& users);
+
+}  // namespace nuvctl
