@@ -49,3 +49,9 @@ install(FILES tools/nuvctl/completion.bash RENAME nuvctl
 # A configuration to copy and change
 install(FILES packaging/nuv_devicemgr.ini
     DESTINATION ${CMAKE_INSTALL_DATADIR}/nuvdevmgr COMPONENT runtime)
+
+# A service that keeps the registry, to be copied where systemd looks
+install(FILES
+    packaging/systemd/nuvdevmgr.service
+    packaging/systemd/nuvdevmgr.sysusers
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/nuvdevmgr COMPONENT tool)
