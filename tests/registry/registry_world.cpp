@@ -4,39 +4,31 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <regex>
+#include <sstream>
 
 namespace registry_test {
 namespace {
 
-std::string with_names(std::string text) {
+/// The line with names for what differs from run to run.
+std::string rendered(const nuv_test::Log_line& line) {
     const std::string thread = std::to_string(static_cast<unsigned int>(pthread_self()));
     const std::pair<std::string, std::string> names[] = {
+        {"^20000000 (\\w+) CNuv_shm_manager::", "M$1 "},
+        {"^10000000 ", "S"},
         {NUV_SHM_NAME, "NAME"},
         {"0x[0-9a-f]{9,}", "PTR"},
         {"hMem [0-9]+", "hMem FD"},
         {"t_id " + thread, "t_id ME"},
         {"(processid|proc_id) " + std::to_string(getpid()) + "\\b", "$1 MINE"},
     };
+    std::ostringstream text;
+    text << std::hex << line.source << ' ' << line.level << ' ' << line.text << '\n';
+    std::string named = text.str();
     for (const auto& [pattern, name] : names) {
-        text = std::regex_replace(text, std::regex(pattern), name);
+        named = std::regex_replace(named, std::regex(pattern), name);
     }
-    return text;
-}
-
-std::string rendered(const nuv_test::Log_line& line) {
-    static const std::string prefix = "CNuv_shm_manager::";
-    const auto source = static_cast<unsigned int>(line.source);
-    char level[16];
-    std::snprintf(level, sizeof level, "%x ", line.level);
-    if (source == NUV_BIT_LOG_SHM_MANAGER && line.text.rfind(prefix, 0) == 0) {
-        return "M" + (level + with_names(line.text.substr(prefix.size()))) + "\n";
-    }
-    char word[16];
-    std::snprintf(word, sizeof word, "%x ", source);
-    const std::string head = source == NUV_BIT_LOG_SEM_ACCESS ? "S" : word;
-    return head + level + with_names(line.text) + "\n";
+    return named;
 }
 
 }  // namespace
@@ -49,6 +41,14 @@ int value_of(const CNuv_sem_access& access) {
     int value = -1;
     EXPECT_EQ(sem_getvalue(access.sem, &value), 0);
     return value;
+}
+
+std::string counted(const std::string& op, int opencount) {
+    std::ostringstream text;
+    text << "M2 " << op << ": sem_wait 'sem_rw' done\n"
+         << "M2 " << op << ": shm->opencount " << opencount << " processid MINE\n"
+         << "M2 " << op << ": sem_post 'sem_rw' done\n";
+    return text.str();
 }
 
 std::unique_ptr<CNuv_shm_manager> Registry_test::attached_manager(unsigned int bits) {

@@ -45,6 +45,9 @@ bool same(const Record& one, const Record& other) {
 inline bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
+inline bool ends_with(const std::string& text, const std::string& end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
 
 // What a manager writes, each line as "M2 create_shm: mmap done PTR": M for the manager's source
 // word and prefix, S for a semaphore wrapper's source word, else the source word; the level; and
@@ -71,6 +74,10 @@ inline const std::string found = R"(M2 Initialize: general_bits found 0x30000000
 M2 open_shm: OpenFileMapping NAME size 21464 done hMem FD
 )";
 inline const std::string mapped = "M2 open_shm: mmap done PTR\n";
+inline const std::string waited = "S2 wait: sem_wait returned 0 wait_called 1 t_id ME\n";
+inline const std::string posted = "S2 post: sem_post returned 0 wait_called 0\n";
+/// What attaching and detaching write of the count.
+std::string counted(const std::string& op, int opencount);
 
 class Registry_test : public testing::Test {
 protected:
