@@ -1,13 +1,13 @@
 // Any text as the device manager's INI file, its section for the log included.
 #include "fuzz/fuzz_world.h"
 #include "support/private_world.h"
+#include "support/stand_in_log.h"
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
 #include <nuv/result.h>
 
 #include <nuvkit/ini.h>
-#include <nuvkit/log.h>
 
 namespace {
 
@@ -20,7 +20,7 @@ struct Reader {
         manager.cini = std::make_unique<CNuv_ini>(ini_name);
     }
 
-    const std::unique_ptr<CNuv_Log> log = nuv_fuzz::make_log();
+    const std::unique_ptr<CNuv_Log> log = nuv_test::make_log();
     CNuv_device_manager manager;
 };
 

@@ -4,10 +4,10 @@
 #include "fuzz/region_bytes.h"
 #include "fuzz/region_operations.h"
 #include "support/private_world.h"
+#include "support/stand_in_log.h"
 
 #include <nuvkit/interface_gige.h>
 #include <nuvkit/interface_usb3.h>
-#include <nuvkit/log.h>
 
 #include <sanitizer/asan_interface.h>
 #include <unistd.h>
@@ -92,7 +92,7 @@ NUV_Devlist_Shm registry_in_use(CNuv_Log* log) {
 }
 
 struct World {
-    const std::unique_ptr<CNuv_Log> log = nuv_fuzz::make_log();
+    const std::unique_ptr<CNuv_Log> log = nuv_test::make_log();
     const NUV_Devlist_Shm in_use = registry_in_use(log.get());
     nuv_fuzz::Onlooker onlooker{in_use};
 };

@@ -1,16 +1,11 @@
-// Stands in for the kit's log: every line is a step, and is shown to whoever asked.
+// Every line of the log is a step, and is shown to whoever asked.
 #pragma once
 
-#include <nuvkit/log.h>
-
-#include <functional>
-#include <memory>
-#include <string>
+#include "support/stand_in_log.h"
 
 namespace robustness {
 
-/// A log for one manager.
-std::unique_ptr<CNuv_Log> make_log();
+using nuv_test::make_log;
 
 /// `seen` is called for every line that this process writes, by the thread that writes it. Set
 /// before any thread is there.

@@ -6,51 +6,21 @@
 #include <cstdio>
 #include <mutex>
 
+namespace nuv_test {
 namespace {
 
 std::mutex guard;
-std::vector<nuv_test::Log_line> kept;  // guarded by `guard`
+std::vector<Log_line> kept;  // guarded by `guard`
 
-void keep(const nuv_test::Log_line& line) {
-    const std::lock_guard<std::mutex> hold(guard);
-    kept.push_back(line);
-}
+[[maybe_unused]] const bool keeps_all = [] {
+    on_log_line([](const Log_line& line) {
+        const std::lock_guard<std::mutex> hold(guard);
+        kept.push_back(line);
+    });
+    return true;
+}();
 
 }  // namespace
-
-struct CNuv_Log::Impl {};
-
-CNuv_Log::CNuv_Log(const Settings& /*settings*/) {}
-
-CNuv_Log::~CNuv_Log() = default;
-
-void CNuv_Log::writelog(unsigned int level, int source, char const* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    writelog(level, source, format, arguments);
-    va_end(arguments);
-}
-
-void CNuv_Log::writelog(unsigned int level, int source, char const* format, va_list arguments) {
-    char text[1024];
-    std::vsnprintf(text, sizeof text, format, arguments);
-    keep({this, level, source, text});
-}
-
-unsigned int CNuv_Log::get_logbits() {
-    return 0xFFFFFFFF;
-}
-
-void CNuv_Log::set_lib_vers(char const* library, char const* version, char const* build_date) {
-    keep(
-        {this, 0, 0, std::string("set_lib_vers: ") + library + ", " + version + ", " + build_date});
-}
-
-namespace nuv_test {
-
-std::unique_ptr<CNuv_Log> make_log() {
-    return std::make_unique<CNuv_Log>(CNuv_Log::Settings{});
-}
 
 Log_record::~Log_record() {
     if (!testing::Test::HasFailure()) {
