@@ -64,7 +64,10 @@ int acquire(CNuv_sem_access& access, nuv::Waiting& waiting) {
         return sem_wait(access.sem);
     }
     nuv::mend_semaphore(access.sem);
-    if (!sees_every_wait(*access.guard) && nuv::is_free(access.sem)) {
+    if (sees_every_wait(*access.guard)) {
+        return access.guard->wait(access.sem, waiting);
+    }
+    if (nuv::is_free(access.sem) || nuv::is_soon_free(access.sem)) {
         return sem_wait(access.sem);
     }
     return access.guard->wait(access.sem, waiting);

@@ -12,7 +12,7 @@ namespace nuv {
 constexpr std::size_t sharing_offset = 8;
 
 /// What they hold in a semaphore that processes share.
-extern const std::uint32_t right_sharing;
+extern const std::uint32_t right_sharing __attribute__((visibility("hidden")));
 
 /// Writes back the part of a region's semaphore that nothing changes after `sem_init`, if it is not
 /// as it was. The C library hands it on to the kernel, and ends the process at the kernel's

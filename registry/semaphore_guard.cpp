@@ -5,20 +5,20 @@
 namespace nuv {
 
 void Waiting::begin() {
-    if (!begun) {
-        begun = true;
-        start = std::chrono::steady_clock::now();
-        slice_end = start + slice_length;
+    if (!times) {
+        const auto now = std::chrono::steady_clock::now();
+        times = {now, now + slice_length};
     }
 }
 
 void Waiting::begin_next_slice() {
-    slice_end = std::chrono::steady_clock::now() + slice_length;
+    times->end_of_slice = std::chrono::steady_clock::now() + slice_length;
 }
 
 std::chrono::milliseconds Waiting::waited() const {
     using std::chrono::steady_clock;
-    return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - start);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() -
+                                                                 times->start);
 }
 
 bool Waiting::go_on() {

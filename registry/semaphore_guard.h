@@ -6,6 +6,7 @@
 #include <semaphore.h>
 
 #include <chrono>
+#include <optional>
 
 namespace nuv {
 
@@ -33,14 +34,17 @@ public:
 
     /// It waits in slices and looks around after each. One that a signal cuts short goes on in the
     /// next call, or signals that come often enough would keep it from ever looking.
-    std::chrono::steady_clock::time_point end_of_slice() const { return slice_end; }
+    std::chrono::steady_clock::time_point end_of_slice() const { return times->end_of_slice; }
     void begin_next_slice();
 
 private:
+    struct Times {
+        std::chrono::steady_clock::time_point start;
+        std::chrono::steady_clock::time_point end_of_slice;
+    };
+
     Patience* const patience;
-    bool begun = false;
-    std::chrono::steady_clock::time_point start;
-    std::chrono::steady_clock::time_point slice_end;
+    std::optional<Times> times;  ///< once begun
 };
 
 class Semaphore_guard {
