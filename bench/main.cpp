@@ -19,8 +19,8 @@ void stay_on_this_core() {
 
 Rows all_rows() {
     Rows rows;
-    for (const auto make :
-         {lookup_rows, peer_rows, cold_rows, region_rows, attach_rows, log_rows, process_rows}) {
+    for (const auto make : {lookup_rows, peer_rows, cold_rows, region_rows, attach_rows, log_rows,
+                            manager_rows, nuvctl_rows, process_rows}) {
         for (Row& row : make()) {
             rows.push_back(std::move(row));
         }

@@ -36,6 +36,8 @@ Rows cold_rows();
 Rows region_rows();
 Rows attach_rows();
 Rows log_rows();
+Rows manager_rows();
+Rows nuvctl_rows();
 Rows process_rows();
 
 }  // namespace nuv_bench
