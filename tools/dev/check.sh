@@ -54,6 +54,11 @@ gate_model() {
     models/check
 }
 
+gate_lookup_cost() {
+    build dev lookups &&
+        in_private_shm tests/counts/count.sh build/dev/tests/counts/lookups tests/counts/limits.txt
+}
+
 # gate NAME FAILURE [LINES]: runs gate_NAME if it is wanted, its output in build/check/NAME.log; says
 # FAILURE when it fails, and shows those LINES of the output, a regular expression, when it does not.
 gate() {
@@ -99,6 +104,8 @@ check() {
     gate packages "The Debian packages are not well made, or do not install, work and go again." \
         'on Debian'
     gate reproducible "Two builds of these sources, in two folders, differ."
+    gate lookup_cost "A look-up takes more instructions than tests/counts/limits.txt allows." \
+        '^a look-up'
     if [ -n "$long" ]; then
         . tools/dev/long_runs.sh
         long_gates

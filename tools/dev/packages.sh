@@ -29,6 +29,7 @@ packages_check=(
     cppcheck          # lint
     doxygen           # the reference of the public headers
     spin              # searches the model of the region's life; with gcc
+    valgrind          # counts the instructions of a look-up
 )
 
 packages_bench=(
