@@ -1,5 +1,5 @@
 # The gates of ./dev check. Every gate runs; the summary at the end names those that failed.
-# Sourced by ./dev. Further gates (the benchmark's counts) are lines in `check`.
+# Sourced by ./dev. Further gates are lines in `check`.
 
 . tools/dev/sources.sh
 . tools/dev/gates_others.sh
