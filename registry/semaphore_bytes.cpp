@@ -17,4 +17,11 @@ std::uint32_t sharing_of_region() {
 
 const std::uint32_t right_sharing = sharing_of_region();
 
+void mend_sharing(std::uint32_t* sharing) {
+    const std::uint32_t right = sharing_of_region();
+    if (__atomic_load_n(sharing, __ATOMIC_RELAXED) != right) {
+        __atomic_store_n(sharing, right, __ATOMIC_RELAXED);
+    }
+}
+
 }  // namespace nuv

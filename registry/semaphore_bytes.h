@@ -11,8 +11,12 @@ namespace nuv {
 /// Behind the counters, four bytes tell whether processes share the semaphore.
 constexpr std::size_t sharing_offset = 8;
 
-/// What they hold in a semaphore that processes share.
+/// What they hold in a semaphore that processes share. 0 as long as this library's objects are not
+/// constructed, which a back-end's are before it.
 extern const std::uint32_t right_sharing __attribute__((visibility("hidden")));
+
+/// Writes the bytes back, unless they are right after all.
+[[gnu::cold]] void mend_sharing(std::uint32_t* sharing);
 
 /// Writes back the part of a region's semaphore that nothing changes after `sem_init`, if it is not
 /// as it was. The C library hands it on to the kernel, and ends the process at the kernel's
@@ -22,7 +26,7 @@ inline void mend_semaphore(sem_t* semaphore) {
     auto* const sharing =
         reinterpret_cast<std::uint32_t*>(reinterpret_cast<char*>(semaphore) + sharing_offset);
     if (__atomic_load_n(sharing, __ATOMIC_RELAXED) != right_sharing) {
-        __atomic_store_n(sharing, right_sharing, __ATOMIC_RELAXED);
+        mend_sharing(sharing);
     }
 }
 
