@@ -1,56 +1,62 @@
 #include "backend_world.h"
 
-#include "support/private_world.h"
-
 #include <nuv/bits.h>
 
 #include <iostream>
-#include <sstream>
 
 namespace kit_test {
 namespace {
 
-unsigned int answer(CNuv_interface& backend, const std::string& request, CNuv_grab*& grab) {
-    std::istringstream words(request);
-    std::string verb;
-    unsigned int serialnumber = 0;
-    words >> verb >> serialnumber;
-    CNuv_com* com = nullptr;
-    if (verb == "grab") {
-        return backend.open_grab_device(serialnumber, &grab);
-    }
-    if (verb == "com") {
-        return backend.open_com_device(serialnumber, &com);
-    }
-    return verb == "close" ? backend.close_grab_device(grab) : backend.update_devices_in_shmlist();
-}
-
-int run_backend(const std::vector<std::string>& /*arguments*/) {
+int run_backend(const std::vector<std::string>& requests) {
     CNuv_interface_usb3 backend(nullptr, 0);
     if (backend.initialize() != 0) {
         return 1;
     }
-    CNuv_grab* grab = nullptr;
-    for (std::string request; std::getline(std::cin, request);) {
-        std::cout << std::hex << answer(backend, request, grab) << std::endl;
+    std::cout << std::hex;
+    for (const std::string& request : requests) {
+        CNuv_grab* grab = nullptr;
+        CNuv_com* com = nullptr;
+        const auto number =
+            static_cast<unsigned int>(std::stoul(request.substr(request.find(' '))));
+        std::cout << (request[0] == 'g' ? backend.open_grab_device(number, &grab)
+                                        : backend.open_com_device(number, &com))
+                  << std::endl;
     }
+    std::cout << "ready" << std::endl;
+    std::cin.get();
     return 0;
 }
 const nuv_test::Register_role role("backend", run_backend);
 
 }  // namespace
 
+nuv_test::Child other_process(const std::vector<std::string>& requests) {
+    nuv_test::Child child = nuv_test::Child::in_role("backend", requests);
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        EXPECT_EQ(child.read_line(), "0");
+    }
+    EXPECT_EQ(child.read_line(), "ready");
+    return child;
+}
+
 std::string camera(const std::string& name, unsigned int serialnumber, const std::string& more) {
     return "[" + name + "]\ninterface=USB3\nserial=" + std::to_string(serialnumber) + "\n" + more +
            "\n";
 }
 
-void write_inventory(const std::string& text) {
-    nuv_test::write_ini("nuv_cameras", text);
+std::string write_inventory(const std::string& text) {
+    return nuv_test::write_ini("nuv_cameras", text);
 }
 
-std::unique_ptr<CNuv_interface_usb3> Backend_test::backend() {
-    return std::make_unique<CNuv_interface_usb3>(log.get(), NUV_BIT_LOG_INTERFACE);
+void Backend_test::start(const std::string& inventory) {
+    write_inventory(inventory);
+    usb3 = std::make_unique<CNuv_interface_usb3>(log.get(), NUV_BIT_LOG_INTERFACE);
+    ASSERT_EQ(usb3->initialize(), 0U);
+}
+
+unsigned int Backend_test::scan(const std::string& inventory) {
+    write_inventory(inventory);
+    return scan();
 }
 
 std::vector<NUV_Device> Backend_test::listed() {
@@ -75,16 +81,6 @@ unsigned int Backend_test::users() {
         }
     }
     return 0;
-}
-
-std::string Other_process::does(const std::string& request) {
-    child.send_line(request);
-    return child.read_line().value_or("nothing");
-}
-
-void Other_process::ends() {
-    child.close_input();
-    EXPECT_EQ(child.wait(), 0);
 }
 
 }  // namespace kit_test

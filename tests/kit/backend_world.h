@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/child_process.h"
+#include "support/private_world.h"
 #include "support/recording_log.h"
 
 #include <nuv/iftype.h>
@@ -19,16 +20,20 @@ namespace kit_test {
 
 constexpr unsigned int type = NUV_IFTYPE_USB3;
 
-/// Sections of the inventory, as text.
+/// A section of the inventory.
 std::string camera(const std::string& name, unsigned int serialnumber,
                    const std::string& more = "");
-void write_inventory(const std::string& text);
+/// \return the file's path
+std::string write_inventory(const std::string& text);
 
 class Backend_test : public testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(observer.Initialize(), 0U); }
 
-    std::unique_ptr<CNuv_interface_usb3> backend();
+    /// Made and initialised, over this inventory.
+    void start(const std::string& inventory);
+    unsigned int scan() { return usb3->update_devices_in_shmlist(); }
+    unsigned int scan(const std::string& inventory);
     std::vector<NUV_Device> listed();
     /// The entry with that name; all zero without one.
     NUV_Device entry(const std::string& name);
@@ -36,22 +41,12 @@ protected:
 
     nuv_test::Log_record record;
     std::unique_ptr<CNuv_Log> log = nuv_test::make_log();
+    std::unique_ptr<CNuv_interface_usb3> usb3;
     CNuv_shm_manager observer;
 };
 
-/// Another process with a back-end. It answers a line for each line it is sent.
-class Other_process {
-public:
-    Other_process() : child(nuv_test::Child::in_role("backend")) {}
-
-    /// "grab SERIAL", "com SERIAL", "close" or "scan". \return the code, in hexadecimal
-    std::string does(const std::string& request);
-    void killed() { EXPECT_EQ(child.kill_and_wait(), -SIGKILL); }
-    void ends();
-    pid_t pid() const { return child.pid(); }
-
-private:
-    nuv_test::Child child;
-};
+/// Another process with a back-end, which opens cameras: "grab SERIAL" or "com SERIAL". It answers
+/// each with a line, the code, and leaves when its input is closed.
+nuv_test::Child other_process(const std::vector<std::string>& requests = {});
 
 }  // namespace kit_test
