@@ -4,34 +4,21 @@
 // libraries, and the manager constructs these.
 #pragma once
 
-#include <nuv/interface.h>
-
 #include <atomic>
 #include <functional>
 
 namespace manager_test {
 
-struct Stand_in {
-    // What it is to do.
-    bool throws_in_constructor = false;
-    bool throws_in_initialize = false;
-    bool throws_in_calls = false;
-    unsigned int initialize_result = 0;
-    unsigned int update_result = 0;
-    unsigned int open_result = 0;
-    unsigned int close_result = 0;
-    bool hands_out_one_handle = false;
-    std::function<void()> during_call;  ///< in an update, an open or a close
+/// What a manager makes a back-end do.
+enum class Step { construct, initialize, update, open, close, destroy };
 
-    // What was done to it.
-    int constructed = 0;
-    int destroyed = 0;
-    CNuv_Log* log = nullptr;
-    unsigned int bits = 0;
-    bool difftime_out = false;
-    std::atomic<int> updates{0};  ///< begun
-    int opens = 0;
-    int closes = 0;
+struct Stand_in {
+    /// Runs in each step but the last, and may wait or throw. Its result is the step's; an open
+    /// that answers 0 gives out a handle. None: every step answers 0.
+    std::function<unsigned int(Step)> in_step;
+
+    std::atomic<int> counts[6] = {};
+    std::atomic<int>& count(Step step) { return counts[static_cast<int>(step)]; }
 };
 
 /// The six that stand in, by interface type.
