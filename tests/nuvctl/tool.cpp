@@ -25,7 +25,8 @@ Outcome run_tool(const std::vector<std::string>& arguments,
     const std::string messages = config_folder() + "/messages";
     std::vector<std::string> command{"/bin/sh", "-c", "exec \"$@\" 2>\"$0\"", messages};
     command.insert(command.end(), before.begin(), before.end());
-    command.push_back(tool_path());
+    const std::vector<std::string> tool_command = startable({tool_path()});
+    command.insert(command.end(), tool_command.begin(), tool_command.end());
     command.insert(command.end(), arguments.begin(), arguments.end());
 
     Child tool(command);

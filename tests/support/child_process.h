@@ -20,6 +20,10 @@ struct Register_role {
     Register_role(const char* name, Role role);
 };
 
+/// The command as this machine can start it: programs of another architecture by the emulator that
+/// NUV_TEST_EMULATOR names.
+std::vector<std::string> startable(std::vector<std::string> command);
+
 /// A child in the test's private world, with pipes to its input and output. It is killed when this
 /// object goes, and when the thread that started it ends.
 class Child {

@@ -50,7 +50,7 @@ void enter_mount_namespace(char** argv) {
         }
         refuse("cannot get a private mount namespace");
     }
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+    if (mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
         refuse("cannot make the mounts private");
     }
     if (mount("nuv_test", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") != 0) {

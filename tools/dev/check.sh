@@ -2,6 +2,7 @@
 # Sourced by ./dev. Further gates are lines in `check`.
 
 . tools/dev/sources.sh
+. tools/dev/gates_tests.sh
 . tools/dev/gates_others.sh
 
 linted_folders='^(registry|interface|manager|kit|tools|examples)/'
@@ -98,6 +99,9 @@ check() {
     gate cppcheck "cppcheck found fault with the sources."
     gate asan "A test fails, or is unclean, under the address and undefined-behaviour sanitizers."
     gate tsan "A test fails, or races, under the thread sanitizer."
+    gate valgrind "A test reads what was never written, or writes where it may not."
+    gate aarch64 "On the reference platform it does not build, a test fails, or the registry is not shared." \
+        '^aarch64:'
     gate fuzzers "Some input makes the library or the tool crash, hang or answer wrongly." '^fuzz:'
     gate model "The protocol of the region's life has an error, or a rule that nothing needs." \
         searches

@@ -27,6 +27,10 @@ packages_check=(
     clang-format      # the layout of the sources
     clang-tidy        # lint
     cppcheck          # lint
+    g++-aarch64-linux-gnu # the reference platform's compiler
+    qemu-user         # runs what it builds
+    googletest        # sources of the tests' library, for that platform
+    valgrind          # memory errors
     doxygen           # the reference of the public headers
     spin              # searches the model of the region's life; with gcc
     valgrind          # counts the instructions of a look-up
