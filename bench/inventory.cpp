@@ -2,7 +2,6 @@
 
 #include "fail.h"
 
-#include <chrono>
 #include <fstream>
 #include <iterator>
 
@@ -25,9 +24,6 @@ Inventory::Inventory() {
              << "\nserial = " << 7000 + number << "\nname = Camera " << number
              << " of the line\n\n";
     }
-    text.close();
-    std::filesystem::last_write_time(
-        file(), std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
     setenv("NUV_INI_PATH", folder.c_str(), 1);
 }
 

@@ -11,7 +11,7 @@ constexpr int inventory_cameras = 128;
 constexpr unsigned int inventory_iftypes[] = {5, 6, 7, 8, 12, 13};
 
 /// The only folder in which INI files are looked for, while this object lives: 128 cameras, dealt
-/// out to the six interface types, in a file that was last changed long ago.
+/// out to the six interface types.
 class Inventory {
 public:
     Inventory();

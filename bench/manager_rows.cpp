@@ -62,6 +62,7 @@ Comparison scan_pass() {
     const auto manager = std::make_shared<CNuv_device_manager>();
     manager->set_general_bits(NUV_BIT_SCAN_OFF);
     require(manager->Initialize() == NUV_NOERROR, "cannot start");
+    std::this_thread::sleep_for(4s);  // a file that has just changed is read again each time
     scan_all(*manager);
     int cameras = 0;
     manager->shm_mgr->get_nuvdevice_count(1, cameras);

@@ -130,11 +130,14 @@ void Backend::State::mark_own_devices(NUV_Devlist_Shm& registry, const Scan& sca
 
 void Backend::State::collect_holders(const NUV_Devlist_Shm& registry, Scan& scan) {
     for (const NUV_Device& entry : registry.nuvdevice) {
+        if (entry.nuv_iftype != owner.if_type || !is_open(entry)) {
+            continue;
+        }
         const Holder holder = holder_of(entry);
         const bool known = same_holder(holder, scan.self) ||
                            std::any_of(scan.holders.begin(), scan.holders.end(),
                                        [&](const Holder& one) { return same_holder(one, holder); });
-        if (entry.nuv_iftype == owner.if_type && is_open(entry) && !known) {
+        if (!known) {
             scan.holders.push_back(holder);
         }
     }

@@ -29,6 +29,8 @@ public:
 
 private:
     struct Version {
+        Version() = default;
+        explicit Version(const struct stat& status);
         dev_t device = 0;
         ino_t inode = 0;
         off_t size = -1;

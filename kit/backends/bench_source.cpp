@@ -60,6 +60,7 @@ unsigned int Bench_source::find(std::vector<Camera>& cameras) {
     if (backend.scan_result != NUV_NOERROR) {
         return backend.scan_result;
     }
+    cameras.reserve(cameras.size() + inventory->cameras.size());
     for (const Bench_camera& one : inventory->cameras) {
         if (one.iftype != iftype || !one.plugged) {
             continue;

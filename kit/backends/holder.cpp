@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -63,9 +64,18 @@ static_assert(sizeof(Holder) == sizeof(NUV_Device::backend_data));
 }  // namespace
 
 Holder current_process() {
-    const std::int32_t process_id = getpid();
-    const auto status = status_of(process_id);
-    return {process_id, status ? status->start_ticks : 0};
+    // Asked at every scan. Only in a forked child it is another process than before.
+    static std::atomic<Holder> known{Holder{}};
+    Holder self = known.load(std::memory_order_relaxed);
+    if (self.process_id == getpid()) {
+        return self;
+    }
+    self = {getpid(), 0};
+    if (const auto status = status_of(self.process_id)) {
+        self.start_ticks = status->start_ticks;
+        known.store(self, std::memory_order_relaxed);
+    }
+    return self;
 }
 
 Holder holder_of(const NUV_Device& device) {

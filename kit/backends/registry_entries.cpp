@@ -8,6 +8,7 @@ namespace {
 
 template <class Predicate>
 int find_entry(const NUV_Devlist_Shm& registry, Predicate matches) {
+#pragma GCC unroll 16
     for (int i = 0; i < NUV_DEVICE_COUNT; ++i) {
         if (matches(registry.nuvdevice[i])) {
             return i;
