@@ -4,6 +4,9 @@
 #include "registry_world.h"
 #include "round.h"
 
+#include <nuv/iftype.h>
+#include <nuv/result.h>
+
 #include <nuvkit/log.h>
 
 #include <benchmark/benchmark.h>
@@ -132,11 +135,32 @@ Comparison written_line() {
             repeated(in_a_round, [by_hand] { by_hand->write_line(format, op, 128, 7128, 127); })};
 }
 
+/// By a manager that has created the region, whose semaphore speaks as well: three lines, two of
+/// them while it is held.
+Comparison logged_look_up() {
+    const auto files = std::make_shared<Log_files>();
+    const std::shared_ptr<CNuv_Log> log = make_log(*files);
+    const auto manager = std::make_shared<CNuv_shm_manager>(
+        log.get(), NUV_BIT_LOG_SHM_MANAGER | NUV_BIT_LOG_SEM_ACCESS);
+    require(manager->Initialize() == NUV_NOERROR, "cannot create a registry");
+    manager->set_nuvdevice_to_free_listentry(device(1, NUV_IFTYPE_USB3));
+    const std::shared_ptr<CNuv_shm_manager> silent = attached_manager();
+    const auto look_up = [](CNuv_shm_manager& registry) {
+        NUV_Device found;
+        registry.get_nuvdevice_from_id(1, found);
+        benchmark::DoNotOptimize(found);
+    };
+    constexpr int in_a_round = 100;
+    return {repeated(in_a_round, [files, log, manager, look_up] { look_up(*manager); }),
+            repeated(in_a_round, [silent, look_up] { look_up(*silent); })};
+}
+
 }  // namespace
 
 Rows log_rows() {
     return {{"eight traces that nobody hears", "pointer and bit, eight times", 1.2, unheard_traces},
-            {"a line that is written", "vsnprintf and one write", 1.0, written_line}};
+            {"a line that is written", "vsnprintf and one write", 1.0, written_line},
+            {"look-up, log at level 2", "the same, nobody listening", 0, logged_look_up}};
 }
 
 }  // namespace nuv_bench

@@ -41,6 +41,8 @@ Rows lookup_rows() {
         {"look-up, not there", floor, 1.25,
          [] { return beside_floor(absent_id, NUV_ERROR_NOT_FOUND); }},
         {"look-up, first entry", floor, 0.65, [] { return beside_floor(1, NUV_NOERROR); }},
+        {"look-up, entry 32", floor, 0, [] { return beside_floor(32, NUV_NOERROR); }},
+        {"look-up, entry 64", floor, 0, [] { return beside_floor(64, NUV_NOERROR); }},
     };
 }
 

@@ -21,7 +21,7 @@ enum class Unit { seconds, per_second };
 struct Row {
     std::string operation;
     std::string yardstick;
-    double goal;  ///< of the library's figure over the yardstick's
+    double goal;  ///< of the library's figure over the yardstick's; 0: none
     std::function<Comparison()> prepare;
     int rounds = 401;
     Unit unit = Unit::seconds;
