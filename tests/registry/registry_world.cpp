@@ -4,31 +4,41 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <regex>
+#include <algorithm>
 #include <sstream>
 
 namespace registry_test {
 namespace {
 
-/// The line with names for what differs from run to run.
-std::string rendered(const nuv_test::Log_line& line) {
-    const std::string thread = std::to_string(static_cast<unsigned int>(pthread_self()));
-    const std::pair<std::string, std::string> names[] = {
-        {"^20000000 (\\w+) CNuv_shm_manager::", "M$1 "},
-        {"^10000000 ", "S"},
-        {NUV_SHM_NAME, "NAME"},
-        {"0x[0-9a-f]{9,}", "PTR"},
-        {"hMem [0-9]+", "hMem FD"},
-        {"t_id " + thread, "t_id ME"},
-        {"(processid|proc_id) " + std::to_string(getpid()) + "\\b", "$1 MINE"},
-    };
-    std::ostringstream text;
-    text << std::hex << line.source << ' ' << line.level << ' ' << line.text << '\n';
-    std::string named = text.str();
-    for (const auto& [pattern, name] : names) {
-        named = std::regex_replace(named, std::regex(pattern), name);
+/// Puts a name wherever a word stands with at least so many of the characters behind it.
+void name(std::string& text, const std::string& word, const char* characters, std::size_t least,
+          const char* instead) {
+    for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at + 1)) {
+        const auto start = at + word.size();
+        const auto end = std::min(text.find_first_not_of(characters, start), text.size());
+        if (end - start >= least) {
+            text.replace(at, end - at, instead);
+        }
     }
-    return named;
+}
+
+std::string rendered(const nuv_test::Log_line& line) {
+    constexpr char digits[] = "0123456789";
+    const std::string me = std::to_string(static_cast<unsigned int>(pthread_self()));
+    const std::string mine = std::to_string(getpid());
+    std::ostringstream whole;
+    whole << std::hex << line.source << ' ' << line.level << ' ' << line.text << '\n';
+    std::string text = whole.str();
+    name(text, "20000000 ", "", 0, "M");
+    name(text, "10000000 ", "", 0, "S");
+    name(text, "CNuv_shm_manager::", "", 0, "");
+    name(text, NUV_SHM_NAME, "", 0, "NAME");
+    name(text, "0x", "0123456789abcdef", 9, "PTR");
+    name(text, "hMem ", digits, 1, "hMem FD");
+    name(text, "t_id " + me, "", 0, "t_id ME");
+    name(text, "processid " + mine, "", 0, "processid MINE");
+    name(text, "proc_id " + mine, "", 0, "proc_id MINE");
+    return text;
 }
 
 }  // namespace
