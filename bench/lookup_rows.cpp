@@ -13,23 +13,35 @@ namespace {
 
 constexpr int in_a_round = 2000;
 
+Round in_registry(std::shared_ptr<CNuv_shm_manager> manager, unsigned int id) {
+    return repeated(in_a_round, [manager = std::move(manager), id] {
+        NUV_Device found;
+        manager->get_nuvdevice_from_id(id, found);
+        benchmark::DoNotOptimize(found);
+    });
+}
+
+Round in_floor(std::shared_ptr<Floor> floor) {
+    return repeated(in_a_round, [floor = std::move(floor)] {
+        NUV_Device found;
+        floor->look_up(last_id, found);
+        benchmark::DoNotOptimize(found);
+    });
+}
+
 Comparison beside_floor(unsigned int id, unsigned int expected) {
-    const std::shared_ptr<CNuv_shm_manager> manager = manager_of_full_registry();
-    const auto floor = std::make_shared<Floor>(*manager->devlist_shm);
+    const std::shared_ptr<CNuv_shm_manager> first = manager_of_full_registry();
     NUV_Device out;
-    require(manager->get_nuvdevice_from_id(id, out) == expected, "a look-up answers wrongly");
-    require(floor->look_up(last_id, out) && out.id == last_id, "the yardstick answers wrongly");
-    return {repeated(in_a_round,
-                     [manager, id] {
-                         NUV_Device found;
-                         manager->get_nuvdevice_from_id(id, found);
-                         benchmark::DoNotOptimize(found);
-                     }),
-            repeated(in_a_round, [floor] {
-                NUV_Device found;
-                floor->look_up(last_id, found);
-                benchmark::DoNotOptimize(found);
-            })};
+    require(first->get_nuvdevice_from_id(id, out) == expected, "a look-up answers wrongly");
+    std::vector<Round> registries{in_registry(first, id)};
+    std::vector<Round> floors;
+    for (int place = 0; place < places; ++place) {
+        registries.push_back(in_registry(attached_manager(), id));
+        const auto floor = std::make_shared<Floor>(*first->devlist_shm);
+        require(floor->look_up(last_id, out) && out.id == last_id, "the yardstick answers wrongly");
+        floors.push_back(in_floor(floor));
+    }
+    return {in_turn(std::move(registries)), in_turn(std::move(floors))};
 }
 
 }  // namespace

@@ -22,13 +22,16 @@ Comparison beside() {
     peer->ready();
     NUV_Device last;
     require(peer->look_up(last_id, last) && last.id == last_id, "a peer answers wrongly");
-    return {repeated(in_a_round,
-                     [manager] {
-                         NUV_Device found;
-                         manager->get_nuvdevice_from_id(last_id, found);
-                         benchmark::DoNotOptimize(found);
-                     }),
-            repeated(in_a_round, [peer] {
+    std::vector<Round> registries;
+    for (int place = 0; place < places; ++place) {
+        registries.push_back(
+            repeated(in_a_round, [at_place = std::shared_ptr(attached_manager()), manager] {
+                NUV_Device found;
+                at_place->get_nuvdevice_from_id(last_id, found);
+                benchmark::DoNotOptimize(found);
+            }));
+    }
+    return {in_turn(std::move(registries)), repeated(in_a_round, [peer] {
                 NUV_Device found;
                 peer->look_up(last_id, found);
                 benchmark::DoNotOptimize(found);
