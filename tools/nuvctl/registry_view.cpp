@@ -24,11 +24,19 @@ std::string error_text(const char* what, int error) {
            std::strerror(error);
 }
 
+/// By the clock that heartbeats are written by. `time` may still be in the second before it, and a
+/// fresh heartbeat would seem to lie in the future.
+std::time_t seconds_now() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now.tv_sec;
+}
+
 Registry_view without_bytes(Registry_state state, std::string problem) {
     Registry_view view;
     view.state = state;
     view.problem = std::move(problem);
-    view.looked_at = std::time(nullptr);
+    view.looked_at = seconds_now();
     return view;
 }
 
@@ -140,7 +148,7 @@ Registry_view look_at_registry(int descriptor) {
     view.bytes.emplace();
     const bool whole = file.st_size >= static_cast<off_t>(NUV_SHM_SIZE) &&
                        copy_settled_region(descriptor, *view.bytes);
-    view.looked_at = std::time(nullptr);
+    view.looked_at = seconds_now();
     if (!whole) {
         view.bytes.reset();
         view.state = Registry_state::too_short;
