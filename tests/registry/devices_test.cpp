@@ -25,8 +25,8 @@ protected:
 };
 
 /// A lookup by a key.
-template <class Function, class Key>
-Look by(Function function, Key key) {
+template <class Key>
+Look by(unsigned int (Manager::*function)(Key, NUV_Device&), std::common_type_t<Key> key) {
     return [=](Manager& manager, NUV_Device& out) { return (manager.*function)(key, out); };
 }
 
@@ -169,10 +169,10 @@ TEST_F(Devices, ChangeConcernsTheFirstWithTheSerialNumber) {
         void (*expect)(NUV_Device&);
         std::string traced;
     } cases[] = {
-        {changing(add, 0xC), [](NUV_Device& entry) { entry.status_bits = 0xD; },
+        {changing(add, 0xCU), [](NUV_Device& entry) { entry.status_bits = 0xD; },
          "add_status_bits_to_nuvdevice_from_serialnumber: device with id 1 serial 10 status bits "
          "0xc added"},
-        {changing(remove, 0x7), [](NUV_Device& entry) { entry.status_bits = 0x8; },
+        {changing(remove, 0x7U), [](NUV_Device& entry) { entry.status_bits = 0x8; },
          "remove_status_bits_to_nuvdevice_from_serialnumber: device with id 1 serial 10 status "
          "bits 0x7 removed"},
         {changing(rename, name.data()),
