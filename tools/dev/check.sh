@@ -100,6 +100,8 @@ check() {
     gate asan "A test fails, or is unclean, under the address and undefined-behaviour sanitizers."
     gate tsan "A test fails, or races, under the thread sanitizer."
     gate valgrind "A test reads what was never written, or writes where it may not."
+    gate coverage "Tests fail, or reach less than 95 of 100 lines of the library; the log lists the rest." \
+        '^(registry|interface|manager).*% +[0-9]|^TOTAL'
     gate aarch64 "On the reference platform it does not build, a test fails, or the registry is not shared." \
         '^aarch64:'
     gate fuzzers "Some input makes the library or the tool crash, hang or answer wrongly." '^fuzz:'

@@ -1,4 +1,4 @@
-# The tests in other surroundings: valgrind, the reference platform. Sourced by
+# The tests in other surroundings: valgrind, coverage counters, the reference platform. Sourced by
 # check.sh.
 
 # Under valgrind and the emulator, test programs are given a namespace: one that has to start itself
@@ -19,6 +19,15 @@ gate_valgrind() {
             failures=$((failures + 1))
     done
     return $((failures > 0))
+}
+
+# Lines of the library's rooms that no test reaches are listed; what dies by SIGKILL counts nothing.
+gate_coverage() {
+    build coverage || return
+    find build/coverage -name '*.gcda' -delete
+    ctest --preset coverage --exclude-regex '^(sdk|tree)\.' || return
+    gcovr --root . --object-directory build/coverage --exclude-directories '.*CompilerId' \
+        --fail-under-line 95 --filter 'registry/' --filter 'interface/' --filter 'manager/'
 }
 
 # What the emulator does not carry is left out by the preset, and listed here: what has a shell start

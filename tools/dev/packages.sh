@@ -31,6 +31,7 @@ packages_check=(
     qemu-user         # runs what it builds
     googletest        # sources of the tests' library, for that platform
     valgrind          # memory errors
+    gcovr             # lines that no test reaches
     doxygen           # the reference of the public headers
     spin              # searches the model of the region's life; with gcc
     valgrind          # counts the instructions of a look-up
