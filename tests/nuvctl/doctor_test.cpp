@@ -13,6 +13,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <filesystem>
 #include <memory>
 
@@ -100,6 +101,23 @@ TEST(Doctor, WrongBytesAreNamedAndRemoved) {
     expect_verdict("registry", "problem", 1);
     EXPECT_EQ(run_tool({"repair", "--yes"}).code, 0);
     EXPECT_FALSE(std::filesystem::exists(registry_path()));
+
+    std::filesystem::create_directory(registry_path());
+    expect_verdict("registry", "problem", 1);
+    EXPECT_EQ(run_tool({"repair", "--yes"}).code, 1);
+    EXPECT_TRUE(std::filesystem::remove(registry_path()));
+}
+
+TEST(Doctor, FileThatTheSystemRefusesToOpenStays) {
+    publish(empty_registry());
+    std::signal(SIGIO, SIG_IGN);  // it asks to give up the lease, which makes others' open fail
+    const int file = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(fcntl(file, F_SETLEASE, F_WRLCK), 0);
+    expect_verdict("registry", "problem", 1);
+    EXPECT_EQ(run_tool({"repair", "--yes", "--force"}).code, 1);
+    EXPECT_TRUE(std::filesystem::exists(registry_path()));
+    close(file);
+    std::signal(SIGIO, SIG_DFL);
 }
 
 TEST(Doctor, ConfigurationIsCheckedToo) {

@@ -11,8 +11,6 @@
 namespace nuvctl {
 namespace {
 
-constexpr char region_path[] = "/dev/shm/nuv_device_shmem";
-
 std::string who_may_attach(const struct stat& file) {
     const bool group_may = (file.st_mode & 0060) == 0060;
     const bool others_may = (file.st_mode & 0006) == 0006;
@@ -29,7 +27,21 @@ std::string access_text(const struct stat& file) {
 }
 
 std::string open_to_group_video() {
-    return std::string("sudo chgrp video ") + region_path + " && sudo chmod 0664 " + region_path;
+    return std::string("sudo chgrp video ") + registry_path + " && sudo chmod 0664 " +
+           registry_path;
+}
+
+Finding unreadable_registry(const Registry_view& view) {
+    Finding finding{Verdict::problem, {view.problem}, {}};
+    if (!is_no_file(view)) {
+        finding.facts.emplace_back("no fault of the registry, which may be in use: it stays");
+        finding.remedies.emplace_back("ulimit -n; cat /proc/sys/fs/file-nr; free -m");
+    } else if (S_ISDIR(view.file->st_mode)) {
+        finding.remedies.push_back(std::string("sudo rm -r ") + registry_path);
+    } else {
+        finding.remedies.emplace_back("nuvctl repair");
+    }
+    return finding;
 }
 
 }  // namespace
@@ -40,7 +52,7 @@ std::optional<Finding> check_registry(const Facts& facts) {
         case Registry_state::absent:
             return Finding{Verdict::warning, {view.problem}, {"nuvctl run"}};
         case Registry_state::unreadable:
-            return Finding{Verdict::problem, {view.problem}, {"nuvctl repair"}};
+            return unreadable_registry(view);
         case Registry_state::no_permission:
             return std::nullopt;  // check_access tells
         default:

@@ -13,13 +13,13 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <thread>
@@ -92,10 +92,15 @@ std::string end_process(const Process& process) {
 }  // namespace
 
 std::string remove_odd_file() {
-    const std::string path = std::string("/dev/shm") + NUV_SHM_NAME;
-    const bool done =
-        look_at_registry().state != Registry_state::unreadable || std::remove(path.c_str()) == 0;
-    return done ? "" : "cannot remove " + path + ": " + std::strerror(errno);
+    const std::string refusal = std::string("cannot remove ") + registry_path + ": ";
+    struct stat file;
+    if (lstat(registry_path, &file) != 0) {
+        return errno == ENOENT ? "" : refusal + std::strerror(errno);
+    }
+    if (S_ISREG(file.st_mode) || S_ISDIR(file.st_mode)) {
+        return refusal + "it is something else by now";
+    }
+    return unlink(registry_path) == 0 ? "" : refusal + std::strerror(errno);
 }
 
 std::string replace_registry() {

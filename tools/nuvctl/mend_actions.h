@@ -11,7 +11,8 @@
 
 namespace nuvctl {
 
-/// Removes what is neither a file nor a directory with something in it.
+/// Removes what is neither a file, which somebody may have mapped, nor a directory, which may be of
+/// worth to somebody.
 std::string remove_odd_file();
 
 /// Attaches and detaches: the library clears a stale registry, builds a short one anew, takes the

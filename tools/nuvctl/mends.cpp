@@ -31,7 +31,10 @@ std::vector<Region_user> openers(const Facts& facts) {
 
 void plan_for_unusable(const Facts& facts, std::vector<Mend>& mends) {
     const Registry_view& view = facts.view();
-    if (view.state == Registry_state::unreadable) {
+    if (is_no_file(view)) {
+        if (S_ISDIR(view.file->st_mode)) {
+            return;
+        }
         mends.push_back({"remove what lies under the registry's name", "", remove_odd_file});
     } else if (view.state == Registry_state::too_short ||
                view.state == Registry_state::wrong_version) {

@@ -114,9 +114,15 @@ Registry_view look_once() {
         return without_bytes(Registry_state::absent,
                              "there is no registry: no device manager is running");
     }
-    const Registry_state state =
-        errno == EACCES ? Registry_state::no_permission : Registry_state::unreadable;
-    return without_bytes(state, error_text("open", errno));
+    const int error = errno;
+    Registry_view view =
+        without_bytes(error == EACCES ? Registry_state::no_permission : Registry_state::unreadable,
+                      error_text("open", error));
+    struct stat file;
+    if (lstat(registry_path, &file) == 0) {
+        view.file = file;
+    }
+    return view;
 }
 
 bool may_be_in_creation(const Registry_view& view) {
@@ -165,6 +171,10 @@ Registry_view look_at_registry(int descriptor) {
     }
     judge_heartbeat(view);
     return view;
+}
+
+bool is_no_file(const Registry_view& view) {
+    return view.file && !S_ISREG(view.file->st_mode);
 }
 
 std::int64_t heartbeat_age(const Registry_view& view) {

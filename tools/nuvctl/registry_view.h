@@ -25,10 +25,12 @@ enum class Registry_state {
 struct Registry_view {
     Registry_state state = Registry_state::unreadable;
     std::string problem;                   ///< in words; empty when live
-    std::optional<struct stat> file;       ///< known once the name could be opened
+    std::optional<struct stat> file;       ///< what has the name, also when it can't be opened
     std::optional<NUV_Devlist_Shm> bytes;  ///< only when live or stale
     std::int64_t looked_at = 0;            ///< wall-clock seconds
 };
+
+constexpr char registry_path[] = "/dev/shm/nuv_device_shmem";
 
 /// Seconds after which an attaching manager finds the registry stale.
 constexpr std::uint64_t staleness_tolerance = 10;
@@ -37,6 +39,9 @@ constexpr std::uint64_t staleness_tolerance = 10;
 Registry_view look_at_registry();
 /// The registry behind a descriptor, which may have lost its name.
 Registry_view look_at_registry(int descriptor);
+
+/// Something else than a file has the registry's name: nobody can be attached to it.
+bool is_no_file(const Registry_view& view);
 
 /// Seconds since the heartbeat; negative when it lies in the future.
 std::int64_t heartbeat_age(const Registry_view& view);
