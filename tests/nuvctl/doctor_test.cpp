@@ -240,6 +240,9 @@ TEST_F(Doctor_beside_manager, RegistryThatKeepsOthersOutIsNamed) {
     const Outcome outcome = run_tool({"doctor", "--json"}, as_ordinary_user);
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(verdict_on("access", outcome.json()), "problem");
+    EXPECT_EQ(verdict_on("name", outcome.json()), "ok");
+    const nlohmann::json who = run_tool({"who", "--json"}, as_ordinary_user).json();
+    EXPECT_EQ(who["processes"][0]["region"]["state"], "current") << who;
 }
 
 TEST_F(Doctor_beside_manager, LivingProcessesAreNotHarmedUnlessForced) {

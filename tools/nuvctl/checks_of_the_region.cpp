@@ -17,7 +17,7 @@ std::string who_may_attach(const struct stat& file) {
     if (others_may) {
         return "everybody";
     }
-    return "root, user " + user_name(file.st_uid) +
+    return (file.st_uid == 0 ? "root" : "root, user " + user_name(file.st_uid)) +
            (group_may ? " and group " + group_name(file.st_gid) : "");
 }
 
@@ -29,6 +29,11 @@ std::string access_text(const struct stat& file) {
 std::string open_to_group_video() {
     return std::string("sudo chgrp video ") + registry_path + " && sudo chmod 0664 " +
            registry_path;
+}
+
+/// Takes a new login to come into effect.
+std::string join_group(gid_t group_id) {
+    return "sudo usermod -aG " + group_name(group_id) + " $USER";
 }
 
 Finding unreadable_registry(const Registry_view& view) {
@@ -123,10 +128,12 @@ std::optional<Finding> check_namespaces(const Facts& facts) {
 
 std::optional<Finding> check_access(const Facts& facts) {
     const Registry_view& view = facts.view();
-    if (view.state == Registry_state::no_permission) {
-        return Finding{Verdict::problem, {view.problem}, {open_to_group_video()}};
+    if (!view.file) {
+        return view.state == Registry_state::no_permission
+                   ? std::optional(Finding{Verdict::problem, {view.problem}, {"ls -ld /dev/shm"}})
+                   : std::nullopt;
     }
-    if (!view.file || !S_ISREG(view.file->st_mode)) {
+    if (is_no_file(view)) {
         return std::nullopt;
     }
     Finding finding{Verdict::ok, {access_text(*view.file)}, {}};
@@ -135,9 +142,9 @@ std::optional<Finding> check_access(const Facts& facts) {
     if (!facts.may_attach) {
         finding.verdict = Verdict::problem;
         finding.facts.emplace_back("this user may not");
-        finding.remedies.push_back(
-            group_is_kept_out ? open_to_group_video()
-                              : "sudo usermod -aG " + group_name(view.file->st_gid) + " $USER");
+        const bool is_for_a_group = !group_is_kept_out && view.file->st_gid != 0;
+        finding.remedies.push_back(is_for_a_group ? join_group(view.file->st_gid)
+                                                  : open_to_group_video());
     } else if (group_is_kept_out && others_are_kept_out) {
         finding.verdict = Verdict::warning;
         finding.facts.emplace_back(

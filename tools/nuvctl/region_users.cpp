@@ -189,6 +189,11 @@ bool is_on(const Region_user& user, const Registry_view& view) {
     return view.file && user.device == view.file->st_dev && user.inode == view.file->st_ino;
 }
 
+bool is_cut_off(const Region_user& user, const Registry_view& view) {
+    const bool name_is_known = view.file || view.state == Registry_state::absent;
+    return !user.elsewhere && !is_on(user, view) && (user.deleted || name_is_known);
+}
+
 int managers_on(const Region_users& found, const Registry_view& view) {
     int managers = 0;
     for (const Region_user& user : found.users) {

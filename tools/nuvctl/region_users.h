@@ -43,6 +43,10 @@ Region_users find_region_users();
 /// Whether the user is on the region that the view shows, which is the one with the name.
 bool is_on(const Region_user& user, const Registry_view& view);
 
+/// Whether the user is on a region of this /dev/shm that newcomers do not find by its name; false
+/// when it is not known what has the name.
+bool is_cut_off(const Region_user& user, const Registry_view& view);
+
 /// Attached managers on the view's region, over all processes that could be examined.
 int managers_on(const Region_users& found, const Registry_view& view);
 

@@ -24,7 +24,7 @@ std::vector<Region_user> attached_users(const Facts& facts) {
 std::vector<Region_user> cut_off_users(const Facts& facts) {
     std::vector<Region_user> users;
     for (const Region_user& user : facts.status.users.users) {
-        if (!user.elsewhere && user.managers > 0 && !is_on(user, facts.view())) {
+        if (user.managers > 0 && is_cut_off(user, facts.view())) {
             users.push_back(user);
         }
     }

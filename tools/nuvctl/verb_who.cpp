@@ -46,7 +46,7 @@ bool is_same(const nuvkit::Holder& one, const nuvkit::Holder& other) {
     return one.process_id == other.process_id && one.start_ticks == other.start_ticks;
 }
 
-enum class Place { current, removed, replaced, elsewhere };
+enum class Place { current, removed, replaced, elsewhere, unknown };
 
 Place place_of(const Region_user& user, const Registry_view& view) {
     if (is_on(user, view)) {
@@ -54,6 +54,9 @@ Place place_of(const Region_user& user, const Registry_view& view) {
     }
     if (user.elsewhere) {
         return Place::elsewhere;
+    }
+    if (!is_cut_off(user, view)) {
+        return Place::unknown;
     }
     return user.deleted ? Place::removed : Place::replaced;
 }
@@ -83,7 +86,7 @@ std::vector<Person> people_of(const Registry_view& view, const Region_users& fou
 }
 
 const char* region_word(const Region_user& user, const Registry_view& view) {
-    constexpr const char* words[] = {"current", "removed", "replaced", "elsewhere"};
+    constexpr const char* words[] = {"current", "removed", "replaced", "elsewhere", "unknown"};
     return words[static_cast<int>(place_of(user, view))];
 }
 
