@@ -13,6 +13,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <memory>
@@ -249,6 +250,11 @@ TEST_F(Doctor_beside_manager, LivingProcessesAreNotHarmedUnlessForced) {
     manager->signal(SIGSTOP);
     { Region()->time_stamp -= 60; }
     expect_verdict("heartbeat", "problem", 1);
+    const Outcome doctor = run_tool({"doctor"});
+    const std::string remedy = "$ kill -CONT " + std::to_string(manager->pid());
+    EXPECT_TRUE(std::any_of(doctor.lines.begin(), doctor.lines.end(), [&](const auto& line) {
+        return line.find(remedy) != std::string::npos;
+    }));
     EXPECT_EQ(run_tool({"repair", "--yes"}).code, 4);
     EXPECT_EQ(run_tool({"status"}).code, 7);
     EXPECT_EQ(run_tool({"repair", "--yes", "--force"}).code, 0);
@@ -261,6 +267,7 @@ TEST_F(Doctor_beside_manager, LivingProcessesAreNotHarmedUnlessForced) {
     const Outcome refusal = run_tool({"repair", "--dry-run"});
     EXPECT_EQ(refusal.code, 4);
     EXPECT_NE(refusal.lines[1].find(std::to_string(manager->pid()) + " nuvctl"), std::string::npos);
+    manager->signal(SIGSTOP);
     EXPECT_EQ(run_tool({"repair", "--yes", "--force"}).code, 0);
     EXPECT_EQ(manager->wait(), 0);
     expect_verdict("name", "ok", 7);

@@ -28,10 +28,14 @@ void judge_rw(const Facts& facts, Finding& finding) {
     if (!is_stuck(semaphores.rw)) {
         return;
     }
+    const std::vector<Region_user> stopped = stopped_of(attached_users(facts));
     join(finding, Verdict::problem,
          "sem_rw was held throughout " + seconds_text(semaphores.watched) +
              ": its holder has died or is stopped, and nobody can read or scan",
-         "nuvctl repair");
+         stopped.empty() ? "nuvctl repair" : continuing(facts, stopped));
+    if (!stopped.empty()) {
+        finding.facts.push_back("attached: " + names_of(stopped));
+    }
 }
 
 void judge_update(const Facts& facts, Finding& finding) {
@@ -46,12 +50,18 @@ void judge_update(const Facts& facts, Finding& finding) {
              held + "nobody who has it lives, so nobody can open or close", "nuvctl repair");
         return;
     }
+    const std::vector<Region_user> stopped = stopped_of(attached_users(facts));
     const Process* owner = update_lock_owner(facts.status);
+    if (owner != nullptr && owner->stopped) {
+        join(finding, Verdict::warning, held + process_text(*owner) + " is stopped",
+             continuing(facts, stopped));
+        return;
+    }
     join(finding, Verdict::warning,
-         held + (owner != nullptr ? process_text(*owner) + " scans or opens for long, or is stopped"
+         held + (owner != nullptr ? process_text(*owner) + " scans or opens for long"
                                   : "somebody scans or opens for long, or is stopped"),
          owner != nullptr ? "ps -o pid,stat,wchan,args -p " + std::to_string(owner->id)
-                          : "sudo nuvctl doctor");
+                          : as_root(facts, "nuvctl doctor"));
 }
 
 void judge_posts(const Semaphore_look& look, Finding& finding) {
@@ -88,7 +98,11 @@ std::optional<Finding> check_heartbeat(const Facts& facts) {
     Finding finding{Verdict::problem, {stale_text(view)}, {}};
     if (const std::vector<Region_user> users = attached_users(facts); !users.empty()) {
         finding.facts.push_back("attached, but without a heartbeat: " + names_of(users));
-        finding.remedies.push_back(kill_command(users));
+        if (const std::vector<Region_user> stopped = stopped_of(users); !stopped.empty()) {
+            finding.remedies.push_back(continuing(facts, stopped));
+            return finding;
+        }
+        finding.remedies = ending(facts, users);
     } else {
         finding.facts.push_back("no process has it mapped" + unseen_text(facts));
     }
@@ -132,7 +146,8 @@ std::optional<Finding> check_managers(const Facts& facts) {
         join(finding, Verdict::warning,
              "the registry was cleared under its users; restart them: " +
                  names_of(attached_users(facts)),
-             kill_command(attached_users(facts)));
+             "");
+        finding.remedies = ending(facts, attached_users(facts));
     }
     return finding;
 }

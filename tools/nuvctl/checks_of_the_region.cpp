@@ -26,23 +26,24 @@ std::string access_text(const struct stat& file) {
            mode_text(file.st_mode) + ": " + who_may_attach(file) + " may attach";
 }
 
-std::string open_to_group_video() {
-    return std::string("sudo chgrp video ") + registry_path + " && sudo chmod 0664 " +
-           registry_path;
+std::string open_to_group_video(const Facts& facts) {
+    return as_root(facts, std::string("chgrp video ") + registry_path) + " && " +
+           as_root(facts, std::string("chmod 0664 ") + registry_path);
 }
 
 /// Takes a new login to come into effect.
-std::string join_group(gid_t group_id) {
-    return "sudo usermod -aG " + group_name(group_id) + " $USER";
+std::string join_group(const Facts& facts, gid_t group_id) {
+    return as_root(facts, "usermod -aG " + group_name(group_id) + " $USER");
 }
 
-Finding unreadable_registry(const Registry_view& view) {
+Finding unreadable_registry(const Facts& facts) {
+    const Registry_view& view = facts.view();
     Finding finding{Verdict::problem, {view.problem}, {}};
     if (!is_no_file(view)) {
         finding.facts.emplace_back("no fault of the registry, which may be in use: it stays");
         finding.remedies.emplace_back("ulimit -n; cat /proc/sys/fs/file-nr; free -m");
     } else if (S_ISDIR(view.file->st_mode)) {
-        finding.remedies.push_back(std::string("sudo rm -r ") + registry_path);
+        finding.remedies.push_back(as_root(facts, std::string("rm -r ") + registry_path));
     } else {
         finding.remedies.emplace_back("nuvctl repair");
     }
@@ -57,7 +58,7 @@ std::optional<Finding> check_registry(const Facts& facts) {
         case Registry_state::absent:
             return Finding{Verdict::warning, {view.problem}, {"nuvctl run"}};
         case Registry_state::unreadable:
-            return unreadable_registry(view);
+            return unreadable_registry(facts);
         case Registry_state::no_permission:
             return std::nullopt;  // check_access tells
         default:
@@ -82,7 +83,8 @@ std::optional<Finding> check_format(const Facts& facts) {
     Finding finding{Verdict::problem, {view.problem}, {"nuvctl repair"}};
     if (const std::vector<Region_user> users = attached_users(facts); !users.empty()) {
         finding.facts.push_back("it is in use by " + names_of(users));
-        finding.remedies.insert(finding.remedies.begin(), kill_command(users));
+        finding.remedies = ending(facts, users);
+        finding.remedies.emplace_back("nuvctl repair");
     } else {
         finding.facts.emplace_back("no process has it mapped");
     }
@@ -97,7 +99,7 @@ std::optional<Finding> check_name(const Facts& facts) {
     return Finding{Verdict::problem,
                    {"attached to a registry whose name was removed: " + names_of(users),
                     "newcomers do not see it, and they do not see what newcomers do; restart them"},
-                   {kill_command(users)}};
+                   ending(facts, users)};
 }
 
 std::optional<Finding> check_namespaces(const Facts& facts) {
@@ -105,19 +107,19 @@ std::optional<Finding> check_namespaces(const Facts& facts) {
     for (const std::vector<Region_user>& users : other_registries(facts)) {
         finding.facts.push_back("on another registry, in a /dev/shm of its own: " +
                                 names_of(users));
-        finding.remedies.push_back("sudo nsenter -t " + std::to_string(users[0].process.id) +
-                                   " -m -i nuvctl status");
+        finding.remedies.push_back(as_root(
+            facts, "nsenter -t " + std::to_string(users[0].process.id) + " -m -i nuvctl status"));
     }
     if (const std::vector<Region_user> users = users_with_other_ids(facts); !users.empty()) {
         finding.facts.push_back(
             "on this registry, but with process ids of their own, so that their cameras may be "
             "freed under them: " +
             names_of(users));
-        finding.remedies.emplace_back("sudo lsns -t pid");
+        finding.remedies.push_back(as_root(facts, "lsns -t pid"));
     }
     if (has_invisible_users(facts)) {
         finding.facts.emplace_back("somebody is attached whom this user or container cannot see");
-        finding.remedies.emplace_back("sudo nuvctl doctor");
+        finding.remedies.push_back(as_root(facts, "nuvctl doctor"));
     }
     if (finding.facts.empty()) {
         return Finding{Verdict::ok, {"nobody was seen on another registry"}, {}};
@@ -143,13 +145,13 @@ std::optional<Finding> check_access(const Facts& facts) {
         finding.verdict = Verdict::problem;
         finding.facts.emplace_back("this user may not");
         const bool is_for_a_group = !group_is_kept_out && view.file->st_gid != 0;
-        finding.remedies.push_back(is_for_a_group ? join_group(view.file->st_gid)
-                                                  : open_to_group_video());
+        finding.remedies.push_back(is_for_a_group ? join_group(facts, view.file->st_gid)
+                                                  : open_to_group_video(facts));
     } else if (group_is_kept_out && others_are_kept_out) {
         finding.verdict = Verdict::warning;
         finding.facts.emplace_back(
             "General_Bits = 0x10000 in the configuration opens later ones to group video");
-        finding.remedies.push_back(open_to_group_video());
+        finding.remedies.push_back(open_to_group_video(facts));
     }
     return finding;
 }

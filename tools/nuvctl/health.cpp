@@ -65,7 +65,7 @@ Facts collect_facts() {
     Facts facts;
     facts.status = settled_status();
     facts.may_attach = may_attach();
-    facts.is_root = geteuid() == 0;
+    facts.user = geteuid();
     facts.somebody_is_present = is_somebody_present();
     facts.config = read_config("");
     facts.config_remarks = remarks_on(facts.config);

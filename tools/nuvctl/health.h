@@ -14,12 +14,13 @@ namespace nuvctl {
 struct Facts {
     Registry_status status;
     bool may_attach = true;  ///< whether this user may write to the registry
-    bool is_root = false;
+    uid_t user = 0;          ///< who asks
     /// A lock says that somebody is attached, also where /proc does not show who.
     bool somebody_is_present = false;
     Config_file config;
     std::vector<Config_remark> config_remarks;
 
+    bool is_root() const { return user == 0; }
     const Registry_view& view() const { return status.view; }
     /// Null when the region could not be read.
     const NUV_Devlist_Shm* region() const { return view().bytes ? &*view().bytes : nullptr; }

@@ -84,6 +84,8 @@ std::string end_process(const Process& process) {
     if (syscall(SYS_pidfd_send_signal, handle.number, SIGTERM, nullptr, 0) != 0) {
         return process_text(process) + " cannot be ended: " + std::strerror(errno);
     }
+    // A stopped one takes no notice of the request before it goes on.
+    syscall(SYS_pidfd_send_signal, handle.number, SIGCONT, nullptr, 0);
     constexpr int patience_ms = 10000;
     pollfd end = {handle.number, POLLIN, 0};
     return poll(&end, 1, patience_ms) == 1 ? "" : process_text(process) + " does not end";

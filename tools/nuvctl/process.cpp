@@ -72,6 +72,7 @@ std::optional<Process> find_process(pid_t id) {
     process.command = command_of(id);
     process.start_ticks = std::strtoull(fields[start].c_str(), nullptr, 10);
     process.started = wall_clock(process.start_ticks);
+    process.stopped = fields[state] == "T" || fields[state] == "t";
     process.in_user_space = fields[state] != "Z" && fields[state] != "X" &&
                             (std::strtoul(fields[flags].c_str(), nullptr, 10) & of_the_kernel) == 0;
     read_status(process);

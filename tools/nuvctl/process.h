@@ -17,6 +17,7 @@ struct Process {
     std::uint64_t start_ticks = 0;  ///< clock ticks since boot
     std::int64_t started = 0;       ///< wall-clock seconds
     bool in_user_space = true;      ///< neither a thread of the kernel nor a zombie
+    bool stopped = false;           ///< by a signal or a debugger; other signals wait
     bool shares_memory = true;      ///< has at least one page of shared memory in core
 };
 

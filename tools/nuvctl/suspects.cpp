@@ -6,10 +6,29 @@
 #include <nuvkit/holder.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <utility>
 
 namespace nuvctl {
+namespace {
+
+std::string kill_command(const Facts& facts, const char* kill,
+                         const std::vector<Region_user>& users) {
+    std::string command = kill;
+    bool takes_root = false;
+    for (const Region_user& user : users) {
+        command += " " + std::to_string(user.process.id);
+        takes_root = takes_root || user.process.user != facts.user;
+    }
+    return takes_root ? as_root(facts, command) : command;
+}
+
+}  // namespace
+
+std::string as_root(const Facts& facts, const std::string& command) {
+    return facts.is_root() ? command : "sudo " + command;
+}
 
 std::vector<Region_user> attached_users(const Facts& facts) {
     std::vector<Region_user> users;
@@ -41,7 +60,7 @@ bool has_invisible_users(const Facts& facts) {
 bool may_have_unseen_users(const Facts& facts) {
     const Region_users& users = facts.status.users;
     const bool somebody_is_hidden =
-        !facts.is_root && (users.unexamined_sharing > 0 || users.some_hidden);
+        !facts.is_root() && (users.unexamined_sharing > 0 || users.some_hidden);
     return somebody_is_hidden || has_invisible_users(facts);
 }
 
@@ -111,19 +130,30 @@ bool update_holder_is_lost(const Facts& facts) {
            all_know_the_lock;
 }
 
-std::string kill_command(const std::vector<Region_user>& users) {
-    std::string command = "kill";
-    for (const Region_user& user : users) {
-        command += " " + std::to_string(user.process.id);
+std::vector<Region_user> stopped_of(const std::vector<Region_user>& users) {
+    std::vector<Region_user> stopped;
+    std::copy_if(users.begin(), users.end(), std::back_inserter(stopped),
+                 [](const Region_user& user) { return user.process.stopped; });
+    return stopped;
+}
+
+std::vector<std::string> ending(const Facts& facts, const std::vector<Region_user>& users) {
+    std::vector<std::string> commands{kill_command(facts, "kill", users)};
+    if (const std::vector<Region_user> stopped = stopped_of(users); !stopped.empty()) {
+        commands.push_back(continuing(facts, stopped));
     }
-    return command;
+    return commands;
+}
+
+std::string continuing(const Facts& facts, const std::vector<Region_user>& users) {
+    return kill_command(facts, "kill -CONT", users);
 }
 
 std::string names_of(const std::vector<Region_user>& users) {
     std::string names;
     for (const Region_user& user : users) {
         names += (names.empty() ? "" : ", ") + process_text(user.process) + " (" +
-                 user_name(user.process.user) + ")";
+                 user_name(user.process.user) + (user.process.stopped ? ", stopped)" : ")");
     }
     return names;
 }

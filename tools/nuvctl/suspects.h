@@ -36,9 +36,17 @@ bool is_stuck(const Semaphore_look& look);
 /// died.
 bool update_holder_is_lost(const Facts& facts);
 
-/// "kill 12 34"
-std::string kill_command(const std::vector<Region_user>& users);
-/// "12 viewer (ann)", one after the other.
+/// With "sudo" in front, unless root asks.
+std::string as_root(const Facts& facts, const std::string& command);
+
+/// Those that a signal has stopped.
+std::vector<Region_user> stopped_of(const std::vector<Region_user>& users);
+
+/// "kill 12 34", which a stopped process heeds once it goes on: then "kill -CONT 12" as well.
+std::vector<std::string> ending(const Facts& facts, const std::vector<Region_user>& users);
+/// "kill -CONT 12 34"
+std::string continuing(const Facts& facts, const std::vector<Region_user>& users);
+/// "12 viewer (ann), 13 viewer (ann, stopped)"
 std::string names_of(const std::vector<Region_user>& users);
 
 }  // namespace nuvctl
