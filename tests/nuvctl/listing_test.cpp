@@ -133,6 +133,7 @@ TEST(Arguments, MistakesAnswerTwoAndHelpAnswersZero) {
     const std::vector<std::vector<std::string>> mistakes = {{"lsit"},
                                                             {"--colour"},
                                                             {"list", "--color=red"},
+                                                            {"watch", "--interval", "nan"},
                                                             {"open"},
                                                             {"open", "abc"},
                                                             {"open", "-1"},

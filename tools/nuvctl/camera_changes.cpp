@@ -12,9 +12,10 @@ namespace {
 constexpr std::uint32_t open_bits = NUV_STATUS_GRAB_OPEN | NUV_STATUS_COM_OPEN;
 
 const Camera* find(const std::vector<Camera>& cameras, const Camera& wanted) {
-    const auto found = std::find_if(
-        cameras.begin(), cameras.end(),
-        [&wanted](const Camera& camera) { return camera.entry.id == wanted.entry.id; });
+    const auto found =
+        std::find_if(cameras.begin(), cameras.end(), [&wanted](const Camera& camera) {
+            return camera.entry.id == wanted.entry.id && camera.index == wanted.index;
+        });
     return found == cameras.end() ? nullptr : &*found;
 }
 

@@ -18,7 +18,7 @@ struct Change {
     std::string detail;  ///< in words, safe to print
 };
 
-/// Both lists as `cameras_in` gives them. Cameras are told apart by their ids.
+/// Both lists as `cameras_in` gives them. Cameras are told apart by id and place.
 std::vector<Change> changes_between(const std::vector<Camera>& before,
                                     const std::vector<Camera>& after);
 

@@ -1,5 +1,7 @@
 #include "look_interval.h"
 
+#include "seconds.h"
+
 #include <CLI/CLI.hpp>
 
 namespace nuvctl {
@@ -10,7 +12,7 @@ std::chrono::milliseconds Look_interval::duration() const {
 
 void add_interval(CLI::App& arguments, Look_interval& interval) {
     arguments.add_option("--interval", interval.seconds, "Look every so many seconds")
-        ->check(CLI::Range(0.01, 3600.0))
+        ->check(seconds_between(0.01, 3600))
         ->capture_default_str()
         ->type_name("SECONDS");
 }

@@ -1,11 +1,14 @@
 #include "reading_options.h"
+#include "safe_text.h"
 #include "verb.h"
 
 #include <locale.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -46,16 +49,24 @@ constexpr char exit_code_help[] =
 /// verb.
 std::vector<std::string> reversed_arguments(int count, char** words) {
     std::vector<std::string> arguments(words + (count > 0 ? 1 : 0), words + count);
-    const bool starts_with_option = !arguments.empty() && arguments[0].rfind('-', 0) == 0 &&
-                                    arguments[0] != "-h" && arguments[0] != "--help";
-    if (arguments.empty() || starts_with_option) {
+    const bool starts_with_option = !arguments.empty() && arguments[0].rfind('-', 0) == 0;
+    const bool is_about_tool =
+        starts_with_option &&
+        (arguments[0] == "-h" || arguments[0] == "--help" || arguments[0] == "--version");
+    if (arguments.empty() || (starts_with_option && !is_about_tool)) {
         arguments.insert(arguments.begin(), "list");
     }
     return {arguments.rbegin(), arguments.rend()};
 }
 
+bool is_verb(const std::string& word) {
+    return std::any_of(std::begin(verbs), std::end(verbs),
+                       [&word](const Verb& verb) { return verb.name == word; });
+}
+
 Exit run_tool(int count, char** words) {
     CLI::App tool("See and use the cameras in this machine's device registry.", "nuvctl");
+    tool.set_version_flag("--version", "nuvctl " NUVCTL_VERSION);
     tool.footer(exit_code_help);
     tool.require_subcommand(1);
     Action chosen;
@@ -63,10 +74,22 @@ Exit run_tool(int count, char** words) {
         CLI::App* arguments = tool.add_subcommand(verb.name, verb.summary);
         arguments->callback([&chosen, action = verb.declare(*arguments)] { chosen = action; });
     }
+    std::vector<std::string> arguments = reversed_arguments(count, words);
+    if (arguments.back()[0] != '-' && !is_verb(arguments.back())) {
+        std::cerr << "nuvctl: there is no verb \"" << nuvctl::safe_text(arguments.back())
+                  << "\"; nuvctl --help lists them\n";
+        return Exit::usage;
+    }
     try {
-        tool.parse(reversed_arguments(count, words));
+        tool.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
-        return tool.exit(error) == 0 ? Exit::done : Exit::usage;
+        if (error.get_exit_code() == 0) {
+            tool.exit(error);  // prints what was asked for
+            return Exit::done;
+        }
+        std::cerr << "nuvctl: " << nuvctl::safe_text(error.what())
+                  << "\nnuvctl --help, or --help behind a verb, tells more.\n";
+        return Exit::usage;
     }
     return chosen();
 }

@@ -42,11 +42,11 @@ std::string name_of(const Registry_view& view) {
 
 }  // namespace
 
-Registry_follower::Registry_follower(Registry_view first)
-    : last(std::move(first)), known(cameras_of(last)) {}
+Registry_follower::Registry_follower(Look how)
+    : look_at(std::move(how)), last(look_at()), known(cameras_of(last)) {}
 
 std::vector<Event> Registry_follower::look() {
-    Registry_view now = look_at_registry();
+    Registry_view now = look_at();
     std::vector<Camera> cameras = cameras_of(now);
     const bool had = last.bytes.has_value();
     const bool has = now.bytes.has_value();

@@ -4,6 +4,7 @@
 #include "camera_changes.h"
 #include "registry_view.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,12 +25,14 @@ const char* word_of(const Event& event);
 /// One line without its end.
 std::string event_text(const Event& event);
 
-/// Follows the registry by name, also one that is removed and created anew. When a registry goes or
-/// is cleared, its cameras are gone first.
+/// Follows a registry. When it goes or is cleared, its cameras are gone first.
 class Registry_follower {
 public:
-    /// Takes `first` for known: nothing of it is an event.
-    explicit Registry_follower(Registry_view first);
+    using Look = std::function<Registry_view()>;
+
+    /// Takes what it sees first for known: nothing of it is an event. By default it looks for the
+    /// registry by name, and so follows also one that is removed and created anew.
+    explicit Registry_follower(Look how = [] { return look_at_registry(); });
 
     /// What has happened since the last look.
     std::vector<Event> look();
@@ -38,6 +41,7 @@ public:
     const std::vector<Camera>& cameras() const { return known; }
 
 private:
+    Look look_at;
     Registry_view last;
     std::vector<Camera> known;
 };

@@ -1,6 +1,6 @@
-#include "camera_changes.h"
 #include "iftype_text.h"
 #include "manager_session.h"
+#include "registry_follower.h"
 #include "registry_report.h"
 #include "registry_view.h"
 #include "service_notice.h"
@@ -23,8 +23,6 @@
 namespace nuvctl {
 namespace {
 
-using std::chrono::milliseconds;
-
 std::string running_interfaces() {
     std::vector<std::string> names;
     for (const auto& [iftype, back_end] : nuv_dev_manager->interface_list) {
@@ -46,32 +44,27 @@ void announce_start() {
     }
 }
 
+void print(const Event& event) {
+    std::cout << event_text(event) << std::endl;
+}
+
 /// Prints what changes in the registry until told to stop.
 void follow(int registry, Stop_signals& signals) {
-    std::vector<Camera> known;
-    std::string problem;
+    Registry_follower follower([registry] { return look_at_registry(registry); });
+    report_problem(follower.view());
+    for (const Change& change : changes_between({}, follower.cameras())) {
+        print({change, {}, change.detail});
+    }
     bool named = true;
-    do {
-        const Registry_view view = look_at_registry(registry);
-        if (view.bytes) {
-            problem.clear();
-        } else {
-            if (problem != view.problem) {
-                report_problem(view);
-                problem = view.problem;
-            }
-            continue;
+    while (!signals.came_within(std::chrono::milliseconds(250))) {
+        for (const Event& event : follower.look()) {
+            print(event);
         }
-        std::vector<Camera> cameras = cameras_in(*view.bytes);
-        for (const Change& change : changes_between(known, cameras)) {
-            std::cout << change_text(change) << std::endl;
-        }
-        known = std::move(cameras);
-        if (named && view.file->st_nlink == 0) {
+        if (named && follower.view().file && follower.view().file->st_nlink == 0) {
             named = false;
             std::cerr << "nuvctl: the registry's name was removed: new processes will not see it\n";
         }
-    } while (!signals.came_within(milliseconds(250)));
+    }
 }
 
 Exit run(const std::string& config) {

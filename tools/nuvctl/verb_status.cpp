@@ -1,6 +1,7 @@
 #include "reading_options.h"
 #include "registry_report.h"
 #include "registry_status.h"
+#include "seconds.h"
 #include "verb.h"
 
 #include <CLI/CLI.hpp>
@@ -34,7 +35,7 @@ Action declare_status(CLI::App& arguments) {
     add_reading_options(arguments, request->options);
     arguments
         .add_option("--watch", request->watch, "Watch a semaphore that is held for so many seconds")
-        ->check(CLI::Range(0.0, 3600.0))
+        ->check(seconds_between(0, 3600))
         ->capture_default_str()
         ->type_name("SECONDS");
     arguments.footer(

@@ -3,6 +3,7 @@
 #include "reading_options.h"
 #include "registry_report.h"
 #include "safe_text.h"
+#include "seconds.h"
 #include "selector.h"
 #include "verb.h"
 
@@ -124,7 +125,7 @@ Action declare_wait(CLI::App& arguments) {
     add_selector(arguments, request->selector);
     arguments.add_flag("--gone", request->gone, "Wait until no such camera is there");
     arguments.add_option("--timeout", request->timeout, "Wait at most so many seconds")
-        ->check(CLI::Range(0.0, 1e9))
+        ->check(seconds_between(0, 1e9))
         ->type_name("SECONDS");
     add_interval(arguments, request->interval);
     add_reading_options(arguments, request->options);

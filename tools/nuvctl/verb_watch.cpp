@@ -49,7 +49,7 @@ ordered_json event_to_json(const Event& event, const Registry_view& view) {
 
 /// A line for each event, until told to stop or until nobody reads any more.
 void print_events(const Request& request, Stop_signals& signals) {
-    Registry_follower follower(look_at_registry());
+    Registry_follower follower;
     if (request.options.json) {
         print_json_line(snapshot(follower));
     } else {
@@ -116,7 +116,7 @@ void stay_stopped(std::optional<Screen>& screen) {
 }
 
 void redraw_in_place(const Request& request, Stop_signals& signals) {
-    Registry_follower follower(look_at_registry());
+    Registry_follower follower;
     Picture picture(request);
     std::optional<Screen> screen(std::in_place);
     for (int number = 0; !signals.stops(number) && std::cout;

@@ -1,0 +1,21 @@
+#include "seconds.h"
+
+#include <sstream>
+#include <string>
+
+namespace nuvctl {
+
+CLI::Validator seconds_between(double least, double most) {
+    const auto mistake_in = [least, most](const std::string& text) {
+        double seconds = 0;
+        if (CLI::detail::lexical_cast(text, seconds) && seconds >= least && seconds <= most) {
+            return std::string();
+        }
+        std::ostringstream mistake;
+        mistake << text << " is no number of seconds from " << least << " to " << most;
+        return mistake.str();
+    };
+    return CLI::Validator("").operation(mistake_in);
+}
+
+}  // namespace nuvctl
