@@ -242,6 +242,7 @@ TEST_F(Doctor_beside_manager, RegistryThatKeepsOthersOutIsNamed) {
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(verdict_on("access", outcome.json()), "problem");
     EXPECT_EQ(verdict_on("name", outcome.json()), "ok");
+    EXPECT_EQ(run_tool({"repair", "--yes"}, as_ordinary_user).code, 5);
     const nlohmann::json who = run_tool({"who", "--json"}, as_ordinary_user).json();
     EXPECT_EQ(who["processes"][0]["region"]["state"], "current") << who;
 }

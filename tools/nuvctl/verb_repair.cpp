@@ -78,10 +78,18 @@ Verdict look_again(const Request& request) {
     return worst;
 }
 
+Exit refuse_for_permission() {
+    std::cerr << "nuvctl: no permission to write to the registry: sudo nuvctl repair\n";
+    return Exit::permission;
+}
+
 Exit repair(const Request& request) {
     const Facts facts = collect_facts();
     const std::vector<Mend> mends = plan_mends(facts);
     if (mends.empty()) {
+        if (!facts.may_attach) {
+            return refuse_for_permission();
+        }
         std::cout << "nothing that repair can mend" << std::endl;
         return look_again(request) == Verdict::problem ? Exit::failure : Exit::done;
     }
@@ -96,8 +104,7 @@ Exit repair(const Request& request) {
         return refused > 0 ? Exit::busy : Exit::done;
     }
     if (!facts.may_attach) {
-        std::cerr << "nuvctl: no permission to write to the registry: sudo nuvctl repair\n";
-        return Exit::permission;
+        return refuse_for_permission();
     }
     if (const Exit answer = ask(request); answer != Exit::done) {
         return answer;
