@@ -1,12 +1,14 @@
 #include "diagnosis_report.h"
 #include "mends.h"
 #include "reading_options.h"
+#include "stop_signals.h"
 #include "verb.h"
 
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <chrono>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -50,11 +52,17 @@ Exit ask(const Request& request) {
     return answer == "y" || answer == "yes" ? Exit::done : Exit::failure;
 }
 
-/// Stops at the first that fails: the next ones may count on it.
+/// Stops at the first that fails: the next ones may count on it. An interruption waits until the
+/// one that it meets is done: nobody else would give back what that one holds.
 bool mend_all(const std::vector<Mend>& mends, const Request& request) {
+    Stop_signals interruption;
     for (const Mend& mend : mends) {
         if (is_refused(mend, request)) {
             continue;
+        }
+        if (interruption.came_within(std::chrono::milliseconds(0))) {
+            std::cerr << "nuvctl: interrupted; not done: " << mend.what << '\n';
+            return false;
         }
         const std::string problem = mend.act();
         if (!problem.empty()) {
