@@ -138,6 +138,9 @@ std::optional<Finding> check_managers(const Facts& facts) {
     if (all_have_died(facts)) {
         join(finding, Verdict::problem, "all have died: nobody keeps this registry",
              "nuvctl repair");
+    } else if (seems_abandoned(facts)) {
+        join(finding, Verdict::warning, "no manager's lock is on it: all seem to have died",
+             as_root(facts, "nuvctl doctor"));
     } else if (count_is_too_high(facts)) {
         join(finding, Verdict::warning,
              "some have died without leaving: the last to leave will not remove the registry",

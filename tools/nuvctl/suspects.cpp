@@ -98,6 +98,11 @@ bool all_have_died(const Facts& facts) {
            attached_users(facts).empty();
 }
 
+bool seems_abandoned(const Facts& facts) {
+    return facts.view().state == Registry_state::live && !facts.somebody_is_present &&
+           attached_users(facts).empty();
+}
+
 bool is_held_by_the_dead(const NUV_Device& entry) {
     const nuvkit::Holder holder = nuvkit::holder_of(entry);
     return (entry.status_bits & (NUV_STATUS_GRAB_OPEN | NUV_STATUS_COM_OPEN)) != 0 &&

@@ -27,6 +27,10 @@ bool count_is_too_high(const Facts& facts);
 /// Nobody who is attached lives, though the heartbeat is young, and everybody was seen.
 bool all_have_died(const Facts& facts);
 
+/// Nobody was seen attached, and nobody has an attached manager's lock: only a manager that knows
+/// no such lock, in a process that was not seen, could keep the registry.
+bool seems_abandoned(const Facts& facts);
+
 bool is_held_by_the_dead(const NUV_Device& entry);
 /// Cameras that are marked as open by a process that has died.
 std::vector<Camera> cameras_of_the_dead(const Facts& facts);
