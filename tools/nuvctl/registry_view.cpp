@@ -183,11 +183,13 @@ std::int64_t heartbeat_age(const Registry_view& view) {
 }
 
 bool may_attach() {
-    const Descriptor descriptor(shm_open(NUV_SHM_NAME, O_RDWR | O_NONBLOCK, 0));
-    if (descriptor.number < 0 && errno == ENOENT) {
-        return access("/dev/shm", W_OK | X_OK) == 0 || (errno != EACCES && errno != EROFS);
-    }
-    return descriptor.number >= 0 || (errno != EACCES && errno != EROFS);
+    const auto may = [](const char* path, int what) {
+        return faccessat(AT_FDCWD, path, what, AT_EACCESS) == 0 ||
+               (errno != EACCES && errno != EROFS);
+    };
+    struct stat file;
+    const bool exists = lstat(registry_path, &file) == 0 || errno != ENOENT;
+    return exists ? may(registry_path, R_OK | W_OK) : may("/dev/shm", W_OK | X_OK);
 }
 
 int value_of(sem_t copy) {
