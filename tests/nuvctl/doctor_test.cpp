@@ -237,6 +237,8 @@ TEST_F(Doctor_beside_manager, RegistryThatKeepsOthersOutIsNamed) {
     ASSERT_EQ(chmod(registry_path().c_str(), 0664), 0);
     expect_verdict("access", "ok", 0);
     ASSERT_EQ(chmod(registry_path().c_str(), 0644), 0);
+    expect_verdict("access", "ok", 0);
+    write_ini("nuv_devicemgr", "[OPTIONS]\nScan=0\nGeneral_Bits=0x10000\n");
     expect_verdict("access", "warning", 0);
     ASSERT_EQ(chmod(registry_path().c_str(), 0), 0);
     const std::vector<std::string> as_ordinary_user = {

@@ -4,6 +4,8 @@
 #include "process_text.h"
 #include "suspects.h"
 
+#include <nuv/bits.h>
+
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -34,6 +36,10 @@ std::string open_to_group_video(const Facts& facts) {
 /// Takes a new login to come into effect.
 std::string join_group(const Facts& facts, gid_t group_id) {
     return as_root(facts, "usermod -aG " + group_name(group_id) + " $USER");
+}
+
+bool wants_group_video(const Config_file& config) {
+    return (config.setting(nuvkit::Key::general_bits).number() & DEFAULT_GROUP_VIDEO) != 0;
 }
 
 Finding unreadable_registry(const Facts& facts) {
@@ -148,10 +154,15 @@ std::optional<Finding> check_access(const Facts& facts) {
         finding.remedies.push_back(is_for_a_group ? join_group(facts, view.file->st_gid)
                                                   : open_to_group_video(facts));
     } else if (group_is_kept_out && others_are_kept_out) {
-        finding.verdict = Verdict::warning;
-        finding.facts.emplace_back(
-            "General_Bits = 0x10000 in the configuration opens later ones to group video");
-        finding.remedies.push_back(open_to_group_video(facts));
+        if (wants_group_video(facts.config)) {
+            finding.verdict = Verdict::warning;
+            finding.facts.emplace_back(
+                "the configuration is for group video, which this registry keeps out");
+            finding.remedies.push_back(open_to_group_video(facts));
+        } else {
+            finding.facts.emplace_back(
+                "General_Bits = 0x10000 in the configuration opens later ones to group video");
+        }
     }
     return finding;
 }

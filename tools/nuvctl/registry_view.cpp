@@ -100,7 +100,7 @@ void judge_heartbeat(Registry_view& view) {
     } else if (static_cast<std::uint64_t>(age) > staleness_tolerance) {
         view.state = Registry_state::stale;
         view.problem = "the registry is stale: its last heartbeat was " + std::to_string(age) +
-                       " s ago: no manager keeps it fresh";
+                       " s ago; no manager keeps it fresh";
     }
 }
 

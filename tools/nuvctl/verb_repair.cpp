@@ -95,7 +95,7 @@ Exit repair(const Request& request) {
     const Facts facts = collect_facts();
     const std::vector<Mend> mends = plan_mends(facts);
     if (mends.empty()) {
-        if (!facts.may_attach) {
+        if (!facts.may_attach && facts.view().state != Registry_state::absent) {
             return refuse_for_permission();
         }
         std::cout << "nothing that repair can mend" << std::endl;
