@@ -77,9 +77,14 @@ void set_count(const Registry_hold& hold) {
 
 std::string end_process(const Process& process) {
     const Descriptor handle(static_cast<int>(syscall(SYS_pidfd_open, process.id, 0)));
+    const int open_error = errno;
     const auto now = find_process(process.id);
-    if (handle.number < 0 || !now || now->start_ticks != process.start_ticks) {
-        return "";  // it has ended
+    const bool has_ended = handle.number < 0 && open_error == ESRCH;
+    if (has_ended || !now || now->start_ticks != process.start_ticks) {
+        return "";
+    }
+    if (handle.number < 0) {
+        return process_text(process) + " cannot be ended: " + std::strerror(open_error);
     }
     if (syscall(SYS_pidfd_send_signal, handle.number, SIGTERM, nullptr, 0) != 0) {
         return process_text(process) + " cannot be ended: " + std::strerror(errno);
@@ -146,10 +151,12 @@ std::string free_sem_update() {
     if (manager.sema_update->wait() != 0) {
         return "cannot wait for sem_update";
     }
-    while (manager.sema_update->trywait() == 0) {
+    int surplus = 0;
+    while (surplus < 1000 && manager.sema_update->trywait() == 0) {
+        ++surplus;
     }
     manager.sema_update->post();
-    return "";
+    return surplus < 1000 ? "" : "more posts than anybody can take away: sem_update is damaged";
 }
 
 std::string release_cameras_of_the_dead() {

@@ -49,7 +49,11 @@ Exit ask(const Request& request) {
     std::cout << "Do it? [y/N] " << std::flush;
     std::string answer;
     std::getline(std::cin, answer);
-    return answer == "y" || answer == "yes" ? Exit::done : Exit::failure;
+    if (answer == "y" || answer == "Y" || answer == "yes") {
+        return Exit::done;
+    }
+    std::cout << "nothing done" << std::endl;
+    return Exit::failure;
 }
 
 /// Stops at the first that fails: the next ones may count on it. An interruption waits until the
