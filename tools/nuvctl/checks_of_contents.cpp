@@ -71,8 +71,7 @@ std::optional<Finding> check_configuration(const Facts& facts) {
     }
     Finding finding{Verdict::warning, {}, {"nuvctl config --check"}};
     for (const Config_remark& remark : facts.config_remarks) {
-        finding.facts.push_back(safe_text(file.path) + ":" + std::to_string(remark.line) + ": " +
-                                remark.what);
+        finding.facts.push_back(remark_text(file, remark));
         if (remark.starves_heartbeat) {
             finding.verdict = Verdict::problem;
         }

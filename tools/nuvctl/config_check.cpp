@@ -182,6 +182,11 @@ void remark_on_heartbeat(const Config_file& file, std::vector<Config_remark>& re
 
 }  // namespace
 
+std::string remark_text(const Config_file& file, const Config_remark& remark) {
+    return safe_text(file.path) + (remark.line != 0 ? ":" + std::to_string(remark.line) : "") +
+           ": " + remark.what;
+}
+
 std::vector<Config_remark> remarks_on(const Config_file& file) {
     std::vector<Config_remark> remarks;
     if (!file.problem.empty()) {

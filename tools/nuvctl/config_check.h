@@ -15,6 +15,9 @@ struct Config_remark {
     bool starves_heartbeat = false;
 };
 
+/// "FILE:12: what", safe to print.
+std::string remark_text(const Config_file& file, const Config_remark& remark);
+
 /// In the order of the lines. None: every line was understood, and the values go together.
 std::vector<Config_remark> remarks_on(const Config_file& file);
 

@@ -117,9 +117,7 @@ void print_settings(const Config_file& file, const Reading_options& options) {
 void print_remarks(const Config_file& file, const std::vector<Config_remark>& remarks,
                    std::ostream& where, const std::string& start) {
     for (const Config_remark& remark : remarks) {
-        where << start << safe_text(file.path)
-              << (remark.line != 0 ? ":" + std::to_string(remark.line) : "") << ": " << remark.what
-              << '\n';
+        where << start << remark_text(file, remark) << '\n';
     }
 }
 
