@@ -58,21 +58,23 @@ private:
     bool acquired = false;
 };
 
-int living_managers() {
-    constexpr int this_process = 1;
-    return managers_on(find_region_users(), look_at_registry()) + this_process;
-}
-
 /// While nobody can count in or out: a manager is mapped before it counts in and until after it
 /// has counted out, so what is counted beyond the mapped ones has died. The other way round only
 /// a clear explains the difference: it forgets those that live.
-void set_count(const Registry_hold& hold) {
-    const int living = living_managers();
+/// \return what went wrong
+std::string set_count(const Registry_hold& hold) {
+    const Region_users found = find_region_users();
+    if (found.incomplete) {
+        return "the system is short of descriptors or memory: not every process could be examined";
+    }
+    constexpr int this_process = 1;
+    const int living = managers_on(found, look_at_registry()) + this_process;
     const int counted = hold.region().opencount;
     if (counted > living || hold.has_cleared()) {
         hold.region().opencount = static_cast<std::int16_t>(
             std::min<int>(living, std::numeric_limits<std::int16_t>::max()));
     }
+    return "";
 }
 
 std::string end_process(const Process& process) {
@@ -116,7 +118,7 @@ std::string replace_registry() {
         const Registry_hold hold;
         problem = hold.problem();
         if (problem.empty()) {
-            set_count(hold);
+            problem = set_count(hold);
         }
     }
     // Attaching fails on another version, but has removed it then.
@@ -125,10 +127,7 @@ std::string replace_registry() {
 
 std::string correct_count() {
     const Registry_hold hold;
-    if (hold.problem().empty()) {
-        set_count(hold);
-    }
-    return hold.problem();
+    return hold.problem().empty() ? set_count(hold) : hold.problem();
 }
 
 std::string await_sem_rw() {

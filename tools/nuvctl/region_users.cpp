@@ -4,6 +4,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -35,6 +36,10 @@ bool is_refused(int error) {
     return error == EACCES || error == EPERM;
 }
 
+bool is_shortage(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
 /// What is found out about one process.
 class Examination {
 public:
@@ -43,8 +48,10 @@ public:
     /// False when the process may not be examined.
     bool look() { return look_at_descriptors() && look_at_mappings(); }
     std::vector<Region_user> found;
+    bool incomplete = false;
 
 private:
+    bool is_admitted(int error);
     Region_user& on_region(dev_t device, ino_t inode, bool deleted);
     bool look_at_descriptors();
     void add_descriptor(const std::string& number);
@@ -53,6 +60,11 @@ private:
 
     const std::string folder;
 };
+
+bool Examination::is_admitted(int error) {
+    incomplete = incomplete || is_shortage(error);
+    return !is_refused(error);
+}
 
 Region_user& Examination::on_region(dev_t device, ino_t inode, bool deleted) {
     for (Region_user& user : found) {
@@ -82,7 +94,7 @@ bool Examination::look_at_descriptors() {
             add_descriptor(entry->path().filename());
         }
     }
-    return !is_refused(error.value());
+    return is_admitted(error.value());
 }
 
 void Examination::add_descriptor(const std::string& number) {
@@ -109,7 +121,7 @@ bool Examination::look_at_mappings() {
     errno = 0;
     std::ifstream mappings(folder + "/maps");
     if (!mappings) {
-        return !is_refused(errno);
+        return is_admitted(errno);
     }
     for (std::string line; std::getline(mappings, line);) {
         if (is_region(line)) {
@@ -151,11 +163,14 @@ std::vector<std::string> other_namespaces(pid_t id) {
 void examine(pid_t id, dev_t our_shm, Region_users& result) {
     Examination examination(id);
     const bool examined = examination.look();
+    result.incomplete = result.incomplete || examination.incomplete;
     if (examined && examination.found.empty()) {
         return;
     }
     const auto process = find_process(id);
     if (!process) {
+        const bool is_there = access(("/proc/" + std::to_string(id)).c_str(), F_OK) == 0;
+        result.incomplete = result.incomplete || (is_there && !examination.found.empty());
         return;
     }
     if (!examined && process->in_user_space) {
@@ -176,7 +191,9 @@ Region_users find_region_users() {
     Region_users result;
     struct stat shm = {};
     stat("/dev/shm", &shm);
-    for (const pid_t id : process_ids()) {
+    const std::vector<pid_t> ids = process_ids();
+    result.incomplete = !std::binary_search(ids.begin(), ids.end(), getpid());
+    for (const pid_t id : ids) {
         if (id != getpid()) {
             examine(id, shm.st_dev, result);
         }

@@ -36,6 +36,9 @@ struct Region_users {
     int unexamined_sharing = 0;  ///< those of them that share memory, which an attached one does
     /// /proc does not list every process to this user: more may be there than are counted.
     bool some_hidden = false;
+    /// The system had no descriptor or memory left to look with: users may be missing, for root
+    /// too.
+    bool incomplete = false;
 };
 
 Region_users find_region_users();

@@ -61,7 +61,7 @@ bool may_have_unseen_users(const Facts& facts) {
     const Region_users& users = facts.status.users;
     const bool somebody_is_hidden =
         !facts.is_root() && (users.unexamined_sharing > 0 || users.some_hidden);
-    return somebody_is_hidden || has_invisible_users(facts);
+    return somebody_is_hidden || users.incomplete || has_invisible_users(facts);
 }
 
 std::vector<Region_user> users_with_other_ids(const Facts& facts) {

@@ -131,6 +131,9 @@ void report_unexamined(const Region_users& found) {
                   << " of the processes that share memory may not be examined by this user: they "
                      "may be attached too\n";
     }
+    if (found.incomplete) {
+        std::cerr << "nuvctl: short of descriptors or memory: not every process was examined\n";
+    }
     if (found.some_hidden) {
         std::cerr << "nuvctl: /proc hides processes from this user\n";
     }
