@@ -71,9 +71,6 @@ TEST(Doctor, RegistryOfTheDeadIsNamedAndRemoved) {
     NUV_Devlist_Shm registry = empty_registry();
     publish(registry);
     expect_verdict("managers", "problem", 1);
-    const Outcome half_blind = run_tool(
-        {"doctor", "--json"}, {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
-    EXPECT_EQ(verdict_on("managers", half_blind.json()), "warning");
     expect_repair();
     EXPECT_FALSE(std::filesystem::exists(registry_path()));
 
@@ -86,6 +83,16 @@ TEST(Doctor, RegistryOfTheDeadIsNamedAndRemoved) {
     registry.time_stamp += 3600;
     publish(registry);
     expect_verdict("heartbeat", "problem", 1);
+}
+
+TEST(Doctor, WhoCannotSeeAllIsWarnedOfARegistryOfTheDead) {
+    publish(empty_registry());
+    const Outcome outcome = run_tool(
+        {"doctor", "--json"}, {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+    if (outcome.code == 126) {
+        GTEST_SKIP() << "another user may not enter the folder that the tool lies in";
+    }
+    EXPECT_EQ(verdict_on("managers", outcome.json()), "warning");
 }
 
 TEST(Doctor, WrongBytesAreNamedAndRemoved) {

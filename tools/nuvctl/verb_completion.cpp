@@ -3,14 +3,13 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
-#include <memory>
 #include <string>
 
 namespace nuvctl {
 
 Action declare_completion(CLI::App& arguments) {
-    auto shell = std::make_shared<std::string>();
-    arguments.add_option("shell", *shell, "The shell that is to complete: bash")
+    static std::string shell;  // the parser writes to it after this returns
+    arguments.add_option("shell", shell, "The shell that is to complete: bash")
         ->required()
         ->check(CLI::IsMember({"bash"}))
         ->type_name("SHELL");
