@@ -89,7 +89,7 @@ TEST(Doctor, WhoCannotSeeAllIsWarnedOfARegistryOfTheDead) {
     publish(empty_registry());
     const Outcome outcome = run_tool(
         {"doctor", "--json"}, {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
-    if (outcome.code == 126) {
+    if (outcome.code == 126 || outcome.code == 127) {
         GTEST_SKIP() << "another user may not enter the folder that the tool lies in";
     }
     EXPECT_EQ(verdict_on("managers", outcome.json()), "warning");
