@@ -85,9 +85,8 @@ public:
     /// @{
 
     /// Opens the device of the camera with this registry id.
-    /// \retval NUV_NOERROR         the handle at the address is open, and recorded until it is
-    /// closed \retval NUV_ERROR_NOT_FOUND no such camera is in use, its type has no back-end, or
-    /// the
+    /// \retval NUV_NOERROR         the handle is open, and recorded until it is closed
+    /// \retval NUV_ERROR_NOT_FOUND no such camera is in use, its type has no back-end, or the
     ///                             address is null
     /// \retval NUV_ERROR_NOMEMORY  not attached, out of memory, or the back-end threw
     /// \return else the back-end's code

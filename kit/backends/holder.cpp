@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -65,17 +64,16 @@ static_assert(sizeof(Holder) == sizeof(NUV_Device::backend_data));
 
 Holder current_process() {
     // Asked at every scan. Only in a forked child it is another process than before.
-    static std::atomic<Holder> known{Holder{}};
-    Holder self = known.load(std::memory_order_relaxed);
-    if (self.process_id == getpid()) {
-        return self;
+    thread_local Holder known;
+    if (known.process_id == getpid()) {
+        return known;
     }
-    self = {getpid(), 0};
-    if (const auto status = status_of(self.process_id)) {
-        self.start_ticks = status->start_ticks;
-        known.store(self, std::memory_order_relaxed);
+    const auto status = status_of(getpid());
+    if (!status) {
+        return {getpid(), 0};
     }
-    return self;
+    known = {getpid(), status->start_ticks};
+    return known;
 }
 
 Holder holder_of(const NUV_Device& device) {

@@ -54,9 +54,7 @@ void expect_repair() {
 NUV_Device camera_of_a_dead_process() {
     NUV_Device device = camera(5, NUV_IFTYPE_USB3, 1, "left", "");
     device.status_bits |= NUV_STATUS_GRAB_OPEN;
-    nuvkit::Holder holder = nuvkit::current_process();
-    holder.start_ticks -= 1;
-    nuvkit::set_holder(device, holder);
+    nuvkit::set_holder(device, dead_holder());
     return device;
 }
 

@@ -3,6 +3,8 @@
 
 #include <nuv/registry_layout.h>
 
+#include <nuvkit/holder.h>
+
 #include <string>
 
 namespace nuv_test {
@@ -11,6 +13,8 @@ namespace nuv_test {
 NUV_Devlist_Shm empty_registry();
 NUV_Device camera(unsigned int id, unsigned short iftype, unsigned int serialnumber,
                   const std::string& name, const std::string& interface_name);
+/// A process that once had this one's id.
+nuvkit::Holder dead_holder();
 
 /// Puts the bytes, or any others, under the registry's name.
 void publish(const NUV_Devlist_Shm& registry);

@@ -69,9 +69,7 @@ TEST(List, JsonHasEveryFieldOfTheEntry) {
 
 TEST(List, HolderThatIsNoLongerThatProcessIsGone) {
     NUV_Devlist_Shm registry = registry_with_two_cameras();
-    nuvkit::Holder earlier = nuvkit::current_process();
-    earlier.start_ticks -= 1;
-    nuvkit::set_holder(registry.nuvdevice[3], earlier);
+    nuvkit::set_holder(registry.nuvdevice[3], dead_holder());
     publish(registry);
     const Outcome outcome = run_tool({"list", "--no-headings"});
     ASSERT_EQ(outcome.lines.size(), 2u);

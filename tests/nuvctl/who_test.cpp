@@ -108,18 +108,16 @@ TEST(Who, ProcessOnARemovedRegionIsFoundWithAndWithoutANewOne) {
 TEST(Who, DeadHolderIsGoneAndADeadHoldersLockIsFree) {
     NUV_Devlist_Shm registry = registry_with_update_held();
     registry.nuvdevice[0] = camera(3, 8, 1, "", "");
-    nuvkit::Holder dead = nuvkit::current_process();
-    dead.start_ticks -= 1;
-    nuvkit::set_holder(registry.nuvdevice[0], dead);
+    nuvkit::set_holder(registry.nuvdevice[0], dead_holder());
     publish(registry);
-    const nlohmann::json person = said_of(dead.process_id, run_tool({"who", "--json"}));
+    const nlohmann::json person = said_of(getpid(), run_tool({"who", "--json"}));
     EXPECT_EQ(person["alive"], false);
     EXPECT_EQ(person["cameras"], std::vector<unsigned int>{3});
     EXPECT_TRUE(person["region"].is_null());
     const Outcome table = run_tool({"who", "--no-headings"});
     bool named = false;
     for (const std::string& line : table.lines) {
-        named = named || (line.find(std::to_string(dead.process_id)) != std::string::npos &&
+        named = named || (line.find(std::to_string(getpid())) != std::string::npos &&
                           line.find(" gone ") != std::string::npos);
     }
     EXPECT_TRUE(named);

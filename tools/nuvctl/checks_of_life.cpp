@@ -1,19 +1,13 @@
 // Whether the registry is alive.
 #include "checks.h"
+#include "file_text.h"
 #include "process_text.h"
 #include "suspects.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace nuvctl {
 namespace {
-
-std::string seconds_text(std::chrono::milliseconds time) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f s", static_cast<double>(time.count()) / 1000);
-    return text;
-}
 
 void join(Finding& finding, Verdict verdict, const std::string& fact, const std::string& remedy) {
     finding.verdict = std::max(finding.verdict, verdict);
@@ -25,7 +19,7 @@ void join(Finding& finding, Verdict verdict, const std::string& fact, const std:
 
 void judge_rw(const Facts& facts, Finding& finding) {
     const Semaphores& semaphores = *facts.status.semaphores;
-    if (!is_stuck(semaphores.rw)) {
+    if (!is_held(semaphores.rw)) {
         return;
     }
     const std::vector<Region_user> stopped = stopped_of(attached_users(facts));
@@ -40,7 +34,7 @@ void judge_rw(const Facts& facts, Finding& finding) {
 
 void judge_update(const Facts& facts, Finding& finding) {
     const Semaphores& semaphores = *facts.status.semaphores;
-    if (!is_stuck(semaphores.update)) {
+    if (!is_held(semaphores.update)) {
         return;
     }
     const std::string held =

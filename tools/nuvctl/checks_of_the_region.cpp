@@ -23,11 +23,6 @@ std::string who_may_attach(const struct stat& file) {
            (group_may ? " and group " + group_name(file.st_gid) : "");
 }
 
-std::string access_text(const struct stat& file) {
-    return "owner " + user_name(file.st_uid) + ", group " + group_name(file.st_gid) + ", mode " +
-           mode_text(file.st_mode) + ": " + who_may_attach(file) + " may attach";
-}
-
 std::string open_to_group_video(const Facts& facts) {
     return as_root(facts, std::string("chgrp video ") + registry_path) + " && " +
            as_root(facts, std::string("chmod 0664 ") + registry_path);
@@ -144,7 +139,10 @@ std::optional<Finding> check_access(const Facts& facts) {
     if (is_no_file(view)) {
         return std::nullopt;
     }
-    Finding finding{Verdict::ok, {access_text(*view.file)}, {}};
+    Finding finding{
+        Verdict::ok,
+        {ownership_text(*view.file) + ": " + who_may_attach(*view.file) + " may attach"},
+        {}};
     const bool group_is_kept_out = (view.file->st_mode & 0060) != 0060;
     const bool others_are_kept_out = (view.file->st_mode & 0006) != 0006;
     if (!facts.may_attach) {

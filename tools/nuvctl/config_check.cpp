@@ -3,6 +3,8 @@
 #include "registry_view.h"
 #include "safe_text.h"
 
+#include <nuv/bits.h>
+
 #include <nuvkit/config_values.h>
 
 #include <algorithm>
@@ -159,14 +161,11 @@ void remark_on_line(const Config_file& file, const Config_line& line,
 /// The scan thread alone beats once a period and a scan: a period of the tolerance is too long
 /// already. The sum wraps around as the manager's does.
 void remark_on_heartbeat(const Config_file& file, std::vector<Config_remark>& remarks) {
-    const Setting& scantime = file.setting(Key::scantime);
-    const std::uint64_t period =
-        std::clamp(scantime.number(), scantime.key->least, scantime.key->most);
+    const std::uint64_t period = file.setting(Key::scantime).used();
     const std::uint64_t difftime = file.setting(Key::difftime).number();
     const Setting& scan = file.setting(Key::scan);
-    constexpr unsigned long no_scan = 0x1;
-    const bool scans =
-        scan.text ? scan.number() != 0 : (file.setting(Key::general_bits).number() & no_scan) == 0;
+    const unsigned long bits = file.setting(Key::general_bits).number();
+    const bool scans = scan.text ? scan.number() != 0 : (bits & NUV_BIT_SCAN_OFF) == 0;
     const bool heartbeat_thread_runs = !scans || period > std::uint64_t{250} * difftime;
     if (!heartbeat_thread_runs && period >= 1000 * staleness_tolerance) {
         Config_remark remark{

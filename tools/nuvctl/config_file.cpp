@@ -135,16 +135,20 @@ unsigned long Setting::number() const {
                                                    : nuvkit::read_number(text->c_str());
 }
 
+unsigned long Setting::used() const {
+    return key->kind == nuvkit::Value_kind::bits ? number() & key->most
+                                                 : std::clamp(number(), key->least, key->most);
+}
+
 std::string Setting::value_text() const {
-    const unsigned long used = std::clamp(number(), key->least, key->most);
     char digits[24];
     switch (key->kind) {
         case nuvkit::Value_kind::on_off:
-            return used != 0 ? "on" : "off";
+            return used() != 0 ? "on" : "off";
         case nuvkit::Value_kind::number:
-            return std::to_string(used) + (*key->unit != '\0' ? " " : "") + key->unit;
+            return std::to_string(used()) + (*key->unit != '\0' ? " " : "") + key->unit;
         case nuvkit::Value_kind::bits:
-            std::snprintf(digits, sizeof digits, "0x%lx", number() & key->most);
+            std::snprintf(digits, sizeof digits, "0x%lx", used());
             return digits;
         case nuvkit::Value_kind::text:
             break;

@@ -30,6 +30,8 @@ struct Setting {
 
     /// What the manager makes of a switch (0 or 1) or a number, before it limits it.
     unsigned long number() const;
+    /// And after.
+    unsigned long used() const;
     /// The value that holds, in words.
     std::string value_text() const;
 };

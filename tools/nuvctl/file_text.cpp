@@ -34,6 +34,11 @@ std::string group_name(gid_t group_id) {
     return entry ? safe_text(entry->gr_name) : std::to_string(group_id);
 }
 
+std::string ownership_text(const struct stat& file) {
+    return "owner " + user_name(file.st_uid) + ", group " + group_name(file.st_gid) + ", mode " +
+           mode_text(file.st_mode);
+}
+
 std::string mode_text(mode_t mode) {
     char text[8];
     std::snprintf(text, sizeof text, "%04o", mode & 07777u);
@@ -42,6 +47,12 @@ std::string mode_text(mode_t mode) {
 
 std::string time_text(std::int64_t seconds) {
     return formatted(seconds, "%F %T");
+}
+
+std::string seconds_text(std::chrono::milliseconds time) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f s", static_cast<double>(time.count()) / 1000);
+    return text;
 }
 
 std::string short_time_text(std::int64_t seconds) {

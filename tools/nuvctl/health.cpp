@@ -51,12 +51,7 @@ Registry_status settled_status() {
 /// Whether an attached manager has its lock on the region, wherever it runs. Only asks.
 bool is_somebody_present() {
     const Descriptor region(shm_open(NUV_SHM_NAME, O_RDONLY | O_NONBLOCK, 0));
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = 1;
-    lock.l_len = 1;
-    return fcntl(region.number, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    return lock_on(region.number, presence_byte) == Lock_state::taken;
 }
 
 }  // namespace

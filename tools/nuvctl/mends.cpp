@@ -50,7 +50,7 @@ void plan_for_unusable(const Facts& facts, std::vector<Mend>& mends) {
 
 void plan_for_semaphores(const Facts& facts, std::vector<Mend>& mends) {
     const Semaphores& semaphores = *facts.status.semaphores;
-    if (is_stuck(semaphores.rw)) {
+    if (is_held(semaphores.rw)) {
         mends.push_back({"wait until the managers free sem_rw, 15 s at most", "", await_sem_rw});
     }
     if (update_holder_is_lost(facts)) {

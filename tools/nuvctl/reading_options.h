@@ -19,11 +19,16 @@ struct Reading_options {
 };
 
 void add_reading_options(CLI::App& arguments, Reading_options& options);
+/// That one alone.
+void add_color_option(CLI::App& arguments, Reading_options& options);
 
 bool is_terminal_output();
 /// Nobody reads standard output any more.
 bool is_output_closed();
 bool wants_color(const Reading_options& options);
+
+/// Of every JSON answer. Members are added without a new one, and none is ever taken away.
+constexpr int schema_version = 1;
 
 void print_json(const nlohmann::ordered_json& document);
 /// On one line, at once.

@@ -1,5 +1,7 @@
 #include "region_users.h"
 
+#include "lock_look.h"
+
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -106,13 +108,14 @@ void Examination::add_descriptor(const std::string& number) {
     ++user.descriptors;
     std::ifstream information(folder + "/fdinfo/" + number);
     for (std::string line; std::getline(information, line);) {
-        unsigned long first = 0;
-        unsigned long last = 0;
+        off_t first = 0;
+        off_t last = 0;
         // "lock: 1: OFDLCK ADVISORY READ -1 00:19:5 1 1"
-        if (std::sscanf(line.c_str(), "lock: %*s OFDLCK %*s %*s %*s %*s %lu %lu", &first, &last) ==
+        if (std::sscanf(line.c_str(), "lock: %*s OFDLCK %*s %*s %*s %*s %ld %ld", &first, &last) ==
             2) {
-            user.presence_locks += first <= 1 && last >= 1;
-            user.has_update_lock = user.has_update_lock || (first <= 2 && last >= 2);
+            user.presence_locks += first <= presence_byte && last >= presence_byte;
+            user.has_update_lock =
+                user.has_update_lock || (first <= update_byte && last >= update_byte);
         }
     }
 }

@@ -1,12 +1,12 @@
 #include "registry_report.h"
 
+#include "reading_options.h"
+
 #include <iostream>
 #include <nlohmann/json.hpp>
 
 namespace nuvctl {
 namespace {
-
-constexpr int schema_version = 1;
 
 const char* state_name(Registry_state state) {
     switch (state) {

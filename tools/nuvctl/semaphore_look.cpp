@@ -37,16 +37,8 @@ public:
         return true;
     }
 
-    Update_lock update_lock() const {
-        struct flock lock {};
-        lock.l_type = F_WRLCK;
-        lock.l_whence = SEEK_SET;
-        lock.l_start = 2;
-        lock.l_len = 1;
-        if (!same || fcntl(region.number, F_OFD_GETLK, &lock) != 0) {
-            return Update_lock::unknown;
-        }
-        return lock.l_type == F_UNLCK ? Update_lock::free : Update_lock::taken;
+    Lock_state update_lock() const {
+        return same ? lock_on(region.number, update_byte) : Lock_state::unknown;
     }
 
 private:
@@ -59,11 +51,11 @@ Semaphore_look first_look(const char* name, sem_t copy) {
     return {name, value, value > 0 ? Semaphore_state::free : Semaphore_state::held};
 }
 
+}  // namespace
+
 bool is_held(const Semaphore_look& look) {
     return look.state == Semaphore_state::held;
 }
-
-}  // namespace
 
 Semaphores look_at_semaphores(const Registry_view& view, milliseconds watch) {
     Semaphores seen;

@@ -1,6 +1,7 @@
 // Whether the registry's semaphores are free, without touching them.
 #pragma once
 
+#include "lock_look.h"
 #include "registry_view.h"
 
 #include <chrono>
@@ -20,18 +21,16 @@ struct Semaphore_look {
     Semaphore_state state = Semaphore_state::free;
 };
 
-/// The lock on the region's file that goes with `sem_update`. The kernel drops it when its owner
-/// dies, so a semaphore that stays held while the lock is free has lost its holder.
-enum class Update_lock { free, taken, unknown };
-
 struct Semaphores {
     Semaphore_look rw;
     Semaphore_look update;
     std::chrono::milliseconds watched{0};
     /// Seconds. The heartbeat is stored under `sem_rw`, so whoever holds it took it after the last.
     std::optional<std::int64_t> rw_held_at_most;
-    Update_lock lock = Update_lock::unknown;
+    Lock_state lock = Lock_state::unknown;  ///< on the byte of `sem_update`
 };
+
+bool is_held(const Semaphore_look& look);
 
 /// Managers hold the semaphores for moments all the time: when one is held, both are looked at
 /// again, every few milliseconds for as long as `watch`, until both were seen free.

@@ -47,9 +47,9 @@ ordered_json semaphores_to_json(const Registry_status& status) {
                          {"sem_update", semaphore_to_json(seen.update, seen)}};
     json["sem_rw"]["held_at_most_seconds"] =
         seen.rw_held_at_most ? ordered_json(*seen.rw_held_at_most) : ordered_json(nullptr);
-    json["sem_update"]["lock"] = seen.lock == Update_lock::free    ? "free"
-                                 : seen.lock == Update_lock::taken ? "taken"
-                                                                   : "unknown";
+    json["sem_update"]["lock"] = seen.lock == Lock_state::free    ? "free"
+                                 : seen.lock == Lock_state::taken ? "taken"
+                                                                  : "unknown";
     const Process* const owner = update_lock_owner(status);
     json["sem_update"]["lock_owner"] = owner ? process_to_json(*owner) : ordered_json(nullptr);
     return json;

@@ -19,20 +19,14 @@ std::string heartbeat_text(const Registry_view& view) {
            std::to_string(staleness_tolerance) + " s)";
 }
 
-std::string seconds_text(std::chrono::milliseconds time) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f s", static_cast<double>(time.count()) / 1000);
-    return text;
-}
-
 /// Who has the lock holds the semaphore or waits for a holder that has no lock.
 std::string owner_text(const Registry_status& status) {
     switch (status.semaphores->lock) {
-        case Update_lock::free:
+        case Lock_state::free:
             return ", by nobody that has its lock: the holder has died, or knows no such lock";
-        case Update_lock::unknown:
+        case Lock_state::unknown:
             return "";
-        case Update_lock::taken:
+        case Lock_state::taken:
             break;
     }
     const Process* const owner = update_lock_owner(status);
@@ -139,8 +133,7 @@ Table status_table(const Registry_status& status) {
     const struct stat& file = *status.view.file;
     rows.add("Registry", {std::string(NUV_SHM_NAME) + ", " + std::to_string(file.st_size) +
                           " bytes, inode " + std::to_string(file.st_ino)});
-    rows.add("Access", {"owner " + user_name(file.st_uid) + ", group " + group_name(file.st_gid) +
-                        ", mode " + mode_text(file.st_mode)});
+    rows.add("Access", {ownership_text(file)});
     if (status.view.bytes) {
         add_registry(rows, status);
     }

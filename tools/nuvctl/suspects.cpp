@@ -82,6 +82,7 @@ std::vector<std::vector<Region_user>> other_registries(const Facts& facts) {
         }
     }
     std::vector<std::vector<Region_user>> registries;
+    registries.reserve(found.size());
     for (auto& [file, users] : found) {
         registries.push_back(std::move(users));
     }
@@ -119,10 +120,6 @@ std::vector<Camera> cameras_of_the_dead(const Facts& facts) {
     return cameras;
 }
 
-bool is_stuck(const Semaphore_look& look) {
-    return look.state == Semaphore_state::held;
-}
-
 bool update_holder_is_lost(const Facts& facts) {
     const std::optional<Semaphores>& semaphores = facts.status.semaphores;
     const std::vector<Region_user> users = attached_users(facts);
@@ -131,7 +128,7 @@ bool update_holder_is_lost(const Facts& facts) {
         std::all_of(users.begin(), users.end(), [](const Region_user& user) {
             return user.presence_locks >= user.descriptors;
         });
-    return semaphores && is_stuck(semaphores->update) && semaphores->lock == Update_lock::free &&
+    return semaphores && is_held(semaphores->update) && semaphores->lock == Lock_state::free &&
            all_know_the_lock;
 }
 

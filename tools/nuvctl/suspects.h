@@ -35,7 +35,6 @@ bool is_held_by_the_dead(const NUV_Device& entry);
 /// Cameras that are marked as open by a process that has died.
 std::vector<Camera> cameras_of_the_dead(const Facts& facts);
 
-bool is_stuck(const Semaphore_look& look);
 /// `sem_update` is held, its lock is not, and nobody is attached who knows no lock: the holder has
 /// died.
 bool update_holder_is_lost(const Facts& facts);

@@ -40,9 +40,8 @@ nlohmann::ordered_json value_to_json(const Setting& setting) {
         case nuvkit::Value_kind::on_off:
             return setting.number() != 0;
         case nuvkit::Value_kind::number:
-            return std::clamp(setting.number(), setting.key->least, setting.key->most);
         case nuvkit::Value_kind::bits:
-            return setting.number() & setting.key->most;
+            return setting.used();
         case nuvkit::Value_kind::text:
             break;
     }
@@ -69,7 +68,6 @@ nlohmann::ordered_json setting_to_json(const Setting& setting, const std::string
 }
 
 void print_json_answer(const Config_file& file, const std::vector<Config_remark>& remarks) {
-    constexpr int schema_version = 1;
     nlohmann::ordered_json answer = {{"schema_version", schema_version},
                                      {"file", nullptr},
                                      {"settings", nlohmann::ordered_json::array()},

@@ -136,9 +136,7 @@ Action declare_repair(CLI::App& arguments) {
     arguments.add_flag("--dry-run", request->dry_run, "Only tell what would be done");
     arguments.add_flag("--yes,-y", request->yes, "Do it without asking");
     arguments.add_flag("--force", request->force, "Also do what could harm living processes");
-    arguments.add_option("--color", request->output.color, "auto, always or never")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
-        ->capture_default_str();
+    add_color_option(arguments, request->output);
     arguments.footer(
         "Mends what `nuvctl doctor` finds, tells first what it will do, asks on a terminal and\n"
         "wants --yes elsewhere. Run it as root, who sees the processes of all users.\n"
