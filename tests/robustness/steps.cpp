@@ -154,7 +154,7 @@ private:
     /// A victim that lives on is a member like the others, or has left.
     void finish(Member& victim) {
         if (fate == Fate::stopped_and_killed && was_stopped) {
-            victim.process.wait_until_ended(machine_slack);
+            victim.process.kill();
         }
         if (victim.process.look() == Process::State::ended && victim.process.was_killed()) {
             ++cast.dead_and_counted;
