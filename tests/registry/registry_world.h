@@ -45,39 +45,6 @@ bool same(const Record& one, const Record& other) {
 inline bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
-inline bool ends_with(const std::string& text, const std::string& end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
-// What a manager writes, each line as "M2 create_shm: mmap done PTR": M for the manager's source
-// word and prefix, S for a semaphore wrapper's source word, else the source word; the level; and
-// the text, in which what differs from run to run has a name.
-
-inline const std::string nothing_found =
-    R"(M2 Initialize: general_bits found 0x30000000
-M2 Initialize: OpenFileMapping NAME failed No such file or directory
-M2 Initialize: OpenFileMapping NAME does not exist call create
-M2 create_shm: CreateFileMapping NAME size 21464 done hMem FD
-)";
-inline const std::string built = R"(M2 create_shm: mmap done PTR
-M2 create_shm: ftruncate size 21464 done
-M2 create_shm: mmap done opencount 0 devlist_shm PTR
-M2 create_shm: proc_id MINE
-M2 create_shm: sem_init/sem_open 'sem_rw' done
-M2 create_shm: sem_init/sem_open 'sem_update' done
-M2 create_shm: create: sem_rw: PTR, sem_update: PTR
-M2 create_shm: shm opencount 1 processid MINE id_counter 1
-M2 create_shm: sem_post 'sem_rw' done
-M2 create_shm: sem_post 'sem_update' done
-)";
-inline const std::string found = R"(M2 Initialize: general_bits found 0x30000000
-M2 open_shm: OpenFileMapping NAME size 21464 done hMem FD
-)";
-inline const std::string mapped = "M2 open_shm: mmap done PTR\n";
-inline const std::string waited = "S2 wait: sem_wait returned 0 wait_called 1 t_id ME\n";
-inline const std::string posted = "S2 post: sem_post returned 0 wait_called 0\n";
-/// What attaching and detaching write of the count.
-std::string counted(const std::string& op, int opencount);
 
 class Registry_test : public testing::Test {
 protected:
@@ -86,7 +53,9 @@ protected:
     }
     /// Attached, and its lines forgotten.
     std::unique_ptr<CNuv_shm_manager> attached_manager(unsigned int bits = LOG_BITS);
-    /// The lines since the last call.
+    /// The lines since the last call, each as "M2 create_shm: mmap done PTR": M for the manager's
+    /// source word and prefix, S for a wrapper's source word, else the source word; the level; and
+    /// the text, in which what differs from run to run has a name.
     std::string lines();
 
     nuv_test::Log_record record;
