@@ -92,7 +92,7 @@ bool is_alone(const Attempt& attempt) {
 /// registry is then cleared, which frees the semaphore. A heartbeat may also be old with everybody
 /// alive: where others are attached, the holder gets time for its work.
 bool acquire_sem_rw(Attempt& attempt, Deadline deadline, bool& cleared) {
-    constexpr auto longest_work = 3s;
+    constexpr std::chrono::seconds longest_work(3);
     const Deadline end_of_work = std::chrono::steady_clock::now() + longest_work;
     for (;;) {
         const Slices end = wait_in_slices(attempt.manager, attempt.region(), deadline);

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <sstream>
+#include <utility>
 #include <vector>
 
 namespace nuv {
@@ -17,10 +17,12 @@ std::string environment(const char* variable) {
 
 std::vector<std::string> folders() {
     std::vector<std::string> found;
-    std::istringstream path(environment("NUV_INI_PATH"));
-    for (std::string folder; std::getline(path, folder, ':');) {
-        found.push_back(folder);
+    std::string path = environment("NUV_INI_PATH");
+    for (std::size_t end = path.find(':'); end != std::string::npos; end = path.find(':')) {
+        found.push_back(path.substr(0, end));
+        path.erase(0, end + 1);
     }
+    found.push_back(std::move(path));
     found.push_back(user_folder("XDG_CONFIG_HOME", ".config"));
     found.emplace_back("/etc/nuv");
     return found;

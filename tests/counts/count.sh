@@ -20,11 +20,16 @@ instructions_of() { # ID
 }
 
 result=0
+machine=$(uname -m)
+has_limits=$(awk -v machine="$machine" '$1 == machine' "$limits")
 while read -r name id; do
     counted=$(instructions_of "$id")
-    limit=$(awk -v machine="$(uname -m)" -v name="$name" '$1 == machine && $2 == name {print $3}' "$limits")
+    limit=$(awk -v machine="$machine" -v name="$name" '$1 == machine && $2 == name {print $3}' "$limits")
     echo "a look-up, $name entry: $counted instructions, limit ${limit:-none}"
-    if [ -n "$limit" ] && [ "$counted" -gt "$limit" ]; then
+    if [ -n "$has_limits" ] && [ -z "$limit" ]; then
+        echo "$limits has no line for $machine $name."
+        result=1
+    elif [ -n "$limit" ] && [ "$counted" -gt "$limit" ]; then
         echo "A look-up by id ($name) now takes $counted instructions, more than $limit: every camera" \
             "process pays for that. Make it cheaper, or read $limits on changing the limit."
         result=1

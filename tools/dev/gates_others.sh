@@ -33,8 +33,11 @@ gate_packages() {
 # The packages again, from a copy of the sources in another folder and without a compiler cache.
 gate_reproducible() {
     local copy
-    copy=$(mktemp -d) || return
-    git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents --target-directory="$copy"
+    copy=$(mktemp -d) && package || return
+    # shellcheck disable=SC2064
+    trap "rm -rf '$copy'" EXIT
+    git ls-files -z --cached --others --exclude-standard |
+        xargs -0 cp --parents --target-directory="$copy" || return
     (
         export SOURCE_DATE_EPOCH CCACHE_DISABLE=1
         SOURCE_DATE_EPOCH=$(tools/dev/source_date.sh)
@@ -44,6 +47,5 @@ gate_reproducible() {
     for deb in build/package/debs/*.deb; do
         cmp "$deb" "$copy/$deb" || same=1
     done
-    rm -rf "$copy"
     return $same
 }

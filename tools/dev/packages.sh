@@ -30,11 +30,11 @@ packages_check=(
     g++-aarch64-linux-gnu # the reference platform's compiler
     qemu-user         # runs what it builds
     googletest        # sources of the tests' library, for that platform
-    valgrind          # memory errors
+    valgrind          # memory errors, and the instructions of a look-up
     gcovr             # lines that no test reaches
     doxygen           # the reference of the public headers
     spin              # searches the model of the region's life; with gcc
-    valgrind          # counts the instructions of a look-up
+    git               # the sources without what was built
 )
 
 packages_bench=(
