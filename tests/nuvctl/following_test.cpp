@@ -91,6 +91,10 @@ TEST(Watch, JsonStartsWithASnapshotAlsoOfNoRegistry) {
     EXPECT_EQ(nothing["event"], "snapshot");
     EXPECT_EQ(nothing["registry"], "absent");
     EXPECT_TRUE(nothing["cameras"].empty());
+    std::filesystem::create_directory(registry_path());
+    Child beside_no_file = start({"watch", "--json"});
+    EXPECT_GT(nlohmann::json::parse(beside_no_file.read_line().value_or(""))["time"], 0);
+    std::filesystem::remove(registry_path());
     publish(registry_with({camera(3, 8, 77, "\xff", "")}));
     EXPECT_EQ(next()["event"], "registry back");
     const nlohmann::json appeared = next();
@@ -110,6 +114,14 @@ TEST(Watch, ReaderThatLeavesEndsItQuietly) {
     Child shell({"/bin/sh", "-c", script, tool_path(), messages});
     EXPECT_EQ(shell.read_line(), "0");
     EXPECT_EQ(std::filesystem::file_size(messages), 0u);
+}
+
+TEST(Watch, LineThatCannotBeWrittenEndsItWithAMessage) {
+    publish(empty_registry());
+    const Outcome watch =
+        run_tool({"watch", "--json"}, {"/bin/sh", "-c", "exec \"$@\" >/dev/full", "sh"});
+    EXPECT_EQ(watch.code, 1);
+    EXPECT_NE(watch.messages.find("cannot write"), std::string::npos) << watch.messages;
 }
 
 TEST(Watch, TerminalIsRedrawnFittedToItsSizeAndGivenBack) {
@@ -147,6 +159,11 @@ TEST(Wait, EndsWhenTheCameraIsThereOrGone) {
 
 TEST(Wait, TimeAndHopelessRegistriesEndIt) {
     EXPECT_EQ(run_tool({"wait", "1", "--timeout", "0.05"}).code, 6);
+    Child wait = start({"wait", "1"});
+    expect_next(wait, "there is no registry");
+    publish("short");
+    expect_next(wait, "has 5 bytes");
+    EXPECT_EQ(wait.wait(), 1);
     publish(registry_with({camera(3, 8, 77, "belt", "")}));
     const Outcome late = run_tool({"wait", "belt", "--gone", "--timeout", "0.05", "--json"});
     EXPECT_EQ(late.code, 6);
@@ -157,8 +174,6 @@ TEST(Wait, TimeAndHopelessRegistriesEndIt) {
     publish(stale);
     EXPECT_EQ(run_tool({"wait", "belt", "--timeout", "0"}).code, 6);
     EXPECT_EQ(run_tool({"wait", "belt", "--gone", "--timeout", "0"}).code, 6);
-    publish("short");
-    EXPECT_EQ(run_tool({"wait", "belt"}).code, 1);
 }
 
 TEST(Show, SelectsByIdSerialNumberNameAndInterface) {

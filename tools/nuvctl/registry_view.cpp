@@ -91,6 +91,19 @@ std::string size_problem(off_t size) {
            " bytes, fewer than the " + std::to_string(NUV_SHM_SIZE) + " of a registry";
 }
 
+/// What was no whole region, as it is now: it may have shrunk since `file` was found out.
+Registry_view without_whole_region(int descriptor, struct stat file) {
+    fstat(descriptor, &file);
+    const bool is_short = file.st_size < static_cast<off_t>(NUV_SHM_SIZE);
+    Registry_view view = is_short
+                             ? without_bytes(Registry_state::too_short, size_problem(file.st_size))
+                             : without_bytes(Registry_state::unreadable,
+                                             std::string("the registry ") + NUV_SHM_NAME +
+                                                 " cannot be read to its end");
+    view.file = file;
+    return view;
+}
+
 void judge_heartbeat(Registry_view& view) {
     const std::int64_t age = heartbeat_age(view);
     view.state = Registry_state::live;
@@ -142,6 +155,7 @@ Registry_view look_at_registry() {
 
 Registry_view look_at_registry(int descriptor) {
     Registry_view view;
+    view.looked_at = seconds_now();
     struct stat file;
     if (fstat(descriptor, &file) != 0) {
         return without_bytes(Registry_state::unreadable, error_text("examine", errno));
@@ -154,13 +168,10 @@ Registry_view look_at_registry(int descriptor) {
     view.bytes.emplace();
     const bool whole = file.st_size >= static_cast<off_t>(NUV_SHM_SIZE) &&
                        copy_settled_region(descriptor, *view.bytes);
-    view.looked_at = seconds_now();
     if (!whole) {
-        view.bytes.reset();
-        view.state = Registry_state::too_short;
-        view.problem = size_problem(file.st_size);
-        return view;
+        return without_whole_region(descriptor, file);
     }
+    view.looked_at = seconds_now();  // not before the copy: a heartbeat may have come meanwhile
     const std::uint16_t version = view.bytes->struct_version;
     if (version != NUV_SHM_VERSION) {
         view.bytes.reset();

@@ -93,12 +93,12 @@ Exit answer(const Request& request, const Registry_view& view, const std::vector
 
 Exit wait_for(const Request& request) {
     const Deadline deadline(request.timeout);
-    std::string said;
+    Registry_state said = Registry_state::live;
     for (;;) {
         const Registry_view view = look_at_registry();
         const std::vector<Camera> found = present(view, request.selector);
-        if (view.state != Registry_state::live && said.empty()) {
-            said = view.problem;
+        if (view.state != said) {
+            said = view.state;
             report_problem(view);
         }
         switch (judge(view, found, request.gone)) {

@@ -47,7 +47,7 @@ ordered_json event_to_json(const Event& event, const Registry_view& view) {
     return json;
 }
 
-/// A line for each event, until told to stop or until nobody reads any more.
+/// A line for each event, until told to stop, or until a line can't be written.
 void print_events(const Request& request, Stop_signals& signals) {
     Registry_follower follower;
     if (request.options.json) {
@@ -56,7 +56,7 @@ void print_events(const Request& request, Stop_signals& signals) {
         report_problem(follower.view());
         std::cerr << "nuvctl: watching; cameras: " << follower.cameras().size() << '\n';
     }
-    while (!signals.came_within(request.interval.duration()) && !is_output_closed()) {
+    while (!signals.came_within(request.interval.duration()) && std::cout && !is_output_closed()) {
         for (const Event& event : follower.look()) {
             if (request.options.json) {
                 print_json_line(event_to_json(event, follower.view()));
