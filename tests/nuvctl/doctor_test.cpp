@@ -1,5 +1,6 @@
 // A registry that is broken in one way: what doctor says of it, and what repair leaves.
 #include "nuvctl/hand_made_registry.h"
+#include "nuvctl/terminal.h"
 #include "nuvctl/tool.h"
 #include "support/child_process.h"
 #include "support/private_world.h"
@@ -227,6 +228,21 @@ TEST_F(Doctor_beside_manager, LostSemRwIsNamedAndLeftToTheLiving) {
     EXPECT_EQ(run_tool({"list", "--json"}).json()["cameras"][0]["id"], 7);
 }
 
+TEST_F(Doctor_beside_manager, InterruptionEndsRepairAlsoAfterItsMends) {
+    Child holder = Child::in_role("attached to a hand-made registry");
+    EXPECT_TRUE(holder.read_line());
+    {
+        const Region region;
+        ASSERT_EQ(sem_trywait(region.sem_update()), 0);  // doctor takes the process for its holder
+        region->nuvdevice[3] = camera_of_a_dead_process();
+    }
+    Child repair({tool_path(), "repair", "--yes"});
+    EXPECT_EQ(repair.read_line(), "to do: free the cameras that dead processes hold");
+    EXPECT_EQ(repair.read_line(), "done: free the cameras that dead processes hold");
+    repair.signal(SIGINT);
+    EXPECT_EQ(repair.wait(), -SIGINT);
+}
+
 TEST_F(Doctor_beside_manager, DuplicateSerialNumberIsNamed) {
     {
         const Region region;
@@ -302,14 +318,14 @@ TEST_F(Doctor_beside_manager, ProcessOnAnotherRegistryIsNamed) {
 TEST_F(Doctor_beside_manager, RepairAsksOnATerminal) {
     start()->kill_and_wait();
     const auto answer = [](const char* word) {
-        Child terminal(
-            {"/bin/sh", "-c", "exec script -qec '" + tool_path() + " repair' /dev/null"});
-        terminal.send_line(word);
+        Terminal terminal({"/bin/sh", "-c", "exec \"$0\" repair >/dev/null", tool_path()}, 24, 80);
+        EXPECT_TRUE(terminal.shows("Do it?")) << terminal.seen;
+        terminal.type(word);
         return terminal.wait();
     };
-    EXPECT_EQ(answer("n"), 1);
+    EXPECT_EQ(answer("n\n"), 1);
     expect_verdict("managers", "warning", 0);
-    EXPECT_EQ(answer("y"), 0);
+    EXPECT_EQ(answer("y\n"), 0);
     expect_verdict("managers", "ok", 0);
 }
 

@@ -40,10 +40,14 @@ bool count_fits(const Registry_status& status) {
 
 /// The count and the processes are not read at one moment: somebody may have come or gone.
 Registry_status settled_status() {
-    Registry_status status = examine_registry(patience);
+    constexpr milliseconds one_look(0);
+    Registry_status status = examine_registry(one_look);
     for (int tries = 0; tries < 3 && !count_fits(status); ++tries) {
         std::this_thread::sleep_for(milliseconds(200));
-        status = examine_registry(patience);
+        status = examine_registry(one_look);
+    }
+    if (status.view.bytes) {
+        status.semaphores = look_at_semaphores(status.view, patience);
     }
     return status;
 }

@@ -26,7 +26,7 @@ struct Facts {
     const NUV_Devlist_Shm* region() const { return view().bytes ? &*view().bytes : nullptr; }
 };
 
-/// Takes up to three seconds when a semaphore is held, or a count does not fit.
+/// Takes up to a second while a count does not fit, and three when a semaphore is held.
 Facts collect_facts();
 
 enum class Verdict { ok, warning, problem };

@@ -31,6 +31,15 @@ Stop_signals::Stop_signals(std::initializer_list<int> others) {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
+Stop_signals::~Stop_signals() {
+    stop_waiting();
+}
+
+void Stop_signals::stop_waiting() {
+    sigdelset(&signals, SIGPIPE);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
 int Stop_signals::next_within(std::chrono::milliseconds patience) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(patience);
     timespec limit = {};
@@ -41,9 +50,7 @@ int Stop_signals::next_within(std::chrono::milliseconds patience) {
         return 0;
     }
     if (stops(number)) {
-        // A closed pipe stays closed: whatever is still written must not end the shutdown.
-        sigdelset(&signals, SIGPIPE);
-        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+        stop_waiting();
     }
     return number;
 }

@@ -46,13 +46,13 @@ Exit ask(const Request& request) {
         std::cerr << "nuvctl: nobody to ask: --yes does it, --dry-run only tells\n";
         return Exit::usage;
     }
-    std::cout << "Do it? [y/N] " << std::flush;
+    std::cerr << "Do it? [y/N] ";
     std::string answer;
     std::getline(std::cin, answer);
     if (answer == "y" || answer == "Y" || answer == "yes") {
         return Exit::done;
     }
-    std::cout << "nothing done" << std::endl;
+    std::cerr << "nuvctl: nothing done\n";
     return Exit::failure;
 }
 
@@ -123,7 +123,7 @@ Exit repair(const Request& request) {
     }
     const bool done = mend_all(mends, request);
     const Verdict worst = look_again(request);
-    if (refused > 0) {
+    if (done && refused > 0) {
         return Exit::busy;
     }
     return done && worst != Verdict::problem ? Exit::done : Exit::failure;
