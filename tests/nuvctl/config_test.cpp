@@ -39,6 +39,7 @@ TEST(Config, EachKeyHasItsValueAndPlace) {
     const Outcome table = run_tool({"config"});
     EXPECT_EQ(table.code, 0);
     EXPECT_EQ(table.lines[0], "Configuration file " + path);
+    EXPECT_EQ(run_tool({"config", "--no-headings"}).lines[0].rfind("[INTERFACES]", 0), 0u);
     EXPECT_NE(table.messages.find(":6: [OPTIONS] Scantime is given again in line 7"),
               std::string::npos);
 }
@@ -92,6 +93,8 @@ TEST(Config, ExampleIsTheInstalledFileAndIsAccepted) {
     for (const std::string& line : run_tool({"config", "--example"}).lines) {
         example += line + "\n";
     }
+    EXPECT_EQ(run_tool({"config", "--example", "--json"}).code, 2);
+    EXPECT_EQ(run_tool({"config", "--example", "--config", EXAMPLE_INI_PATH}).code, 2);
     std::ostringstream installed;
     installed << std::ifstream(EXAMPLE_INI_PATH).rdbuf();
     EXPECT_EQ(example, installed.str());

@@ -86,6 +86,9 @@ TEST(Who, NamesWhoIsAttachedAndWhatItHolds) {
 
     const nlohmann::json status = run_tool({"status", "--json"}).json();
     EXPECT_EQ(status["mapped"]["managers"], 2);
+    EXPECT_EQ(status["mapped"]["more_are_hidden"], false);
+    EXPECT_EQ(status["mapped"]["incomplete"], false);
+    EXPECT_EQ(outcome.json()["unexamined"]["incomplete"], false);
     EXPECT_EQ(status["semaphores"]["sem_update"]["state"], "held");
     EXPECT_EQ(status["semaphores"]["sem_update"]["lock"], "taken");
     EXPECT_EQ(status["semaphores"]["sem_update"]["lock_owner"]["pid"], child.pid());

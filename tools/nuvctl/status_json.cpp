@@ -63,7 +63,9 @@ ordered_json mapped_to_json(const Registry_status& status) {
     return {{"managers", managers_on(status.users, status.view)},
             {"processes", processes},
             {"unexamined", status.users.unexamined},
-            {"unexamined_sharing_memory", status.users.unexamined_sharing}};
+            {"unexamined_sharing_memory", status.users.unexamined_sharing},
+            {"more_are_hidden", status.users.some_hidden},
+            {"incomplete", status.users.incomplete}};
 }
 
 ordered_json last_attached_to_json(pid_t id) {

@@ -59,6 +59,21 @@ std::string version_text(std::uint16_t version) {
     return text;
 }
 
+/// Why more may have it mapped than were seen; empty when nothing was kept from us.
+std::string unseen_text(const Region_users& users) {
+    std::string text;
+    if (users.unexamined_sharing > 0) {
+        text += "; " + std::to_string(users.unexamined_sharing) + " may not be examined";
+    }
+    if (users.some_hidden) {
+        text += "; /proc hides some";
+    }
+    if (users.incomplete) {
+        text += "; too few descriptors or too little memory to examine all";
+    }
+    return text;
+}
+
 /// How the count compares with what is mapped; one that died leaves its count behind.
 Cell managers_cell(const Registry_status& status) {
     const int counted = status.view.bytes->opencount;
@@ -67,11 +82,9 @@ Cell managers_cell(const Registry_status& status) {
     if (counted == mapped) {
         return {text + ", as many as processes have mapped"};
     }
-    const int hidden = status.users.unexamined_sharing;
-    return {
-        text + ", but processes have mapped " + std::to_string(mapped) +
-            (hidden > 0 ? "; " + std::to_string(hidden) + " may not be examined" : std::string()),
-        hidden > 0 || status.users.some_hidden ? Color::none : Color::yellow};
+    const std::string unseen = unseen_text(status.users);
+    return {text + ", but processes have mapped " + std::to_string(mapped) + unseen,
+            unseen.empty() ? Color::yellow : Color::none};
 }
 
 class Rows {

@@ -92,9 +92,11 @@ std::string source_of(const Setting& setting) {
 }
 
 void print_settings(const Config_file& file, const Reading_options& options) {
-    std::cout << (file.path.empty() ? "No configuration file: the defaults hold"
-                                    : "Configuration file " + safe_text(file.path))
-              << '\n';
+    if (!options.no_headings) {
+        std::cout << (file.path.empty() ? "No configuration file: the defaults hold"
+                                        : "Configuration file " + safe_text(file.path))
+                  << '\n';
+    }
     Table table;
     table.columns = {{"KEY"}, {"VALUE", false, 8}, {"FROM"}, {"WHAT IT DOES", false, 20}};
     std::string section;
@@ -144,13 +146,16 @@ Exit print_example() {
 Action declare_config(CLI::App& arguments) {
     auto request = std::make_shared<Request>();
     add_reading_options(arguments, request->reading);
-    arguments.add_option("--config", request->config, "Look at this file instead of the one found")
-        ->check(CLI::ExistingFile);
+    CLI::Option* config = arguments.add_option("--config", request->config,
+                                               "Look at this file instead of the one found");
+    config->check(CLI::ExistingFile);
     CLI::Option* check =
         arguments.add_flag("--check", request->check,
                            "Only say what is not understood; exit code 1 when there is something");
     arguments.add_flag("--example", request->example, "Print a commented INI file to begin with")
-        ->excludes(check);
+        ->excludes(check)
+        ->excludes(config)
+        ->excludes(arguments.get_option("--json"));
     arguments.footer(
         "The file is the nuv_devicemgr.ini that a device manager of this user would read.\n"
         "Examples:\n"

@@ -166,7 +166,8 @@ void print_json_answer(const std::vector<Person>& people, const Registry_view& v
     }
     answer["unexamined"] = {{"processes", found.unexamined},
                             {"sharing_memory", found.unexamined_sharing},
-                            {"more_are_hidden", found.some_hidden}};
+                            {"more_are_hidden", found.some_hidden},
+                            {"incomplete", found.incomplete}};
     print_json(answer);
 }
 
