@@ -3,9 +3,6 @@
 #include "region_view.h"
 #include "roles.h"
 #include "runs.h"
-#include "worlds.h"
-
-#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -15,30 +12,28 @@ namespace {
 
 /// \return whether there was such a step
 bool leave_together(long step) {
-    remove_region_file();
     Member other;
-    other.wait_until_attached(attach_bound, "a member");
+    other.wait_until_attached();
     Plan plan;
-    plan.phase = Plan::Phase::leave;
+    plan.phase = Phase::leave;
     plan.step = step;
-    plan.action = [] { kill(getpid(), SIGSTOP); };
-    Member victim(plan);
-    victim.wait_until_attached(attach_bound, "the victim");
-    victim.ask_to_leave();
-    wait_for(attach_bound,
-             [&] { return victim.has_left() || victim.process.look() == Process::State::stopped; });
-    const bool stopped = victim.process.look() == Process::State::stopped;
-    other.ask_to_leave();
+    plan.signal = SIGSTOP;
+    Member victim("the victim", plan);
+    victim.wait_until_attached();
+    victim.board->asked_to_leave = true;
+    wait_for(attach_bound, [&] { return victim.board->left || victim.process.is_stopped(); });
+    const bool stopped = victim.process.is_stopped();
+    other.board->asked_to_leave = true;
     // It can't while the victim has the gate or sem_rw.
-    wait_for(milliseconds(50), [&] { return other.has_left(); });
+    wait_for(50ms, [&] { return other.board->left.load(); });
     victim.process.signal(SIGCONT);
-    victim.wait_until_left("the victim");
-    other.wait_until_left("a member");
+    victim.leave();
+    other.leave();
     if (region_exists()) {
         fail(
             "leaving: both have left, one of them stopped before step %ld, and the region is "
             "there with a count of %d",
-            step, region_opencount());
+            step, region_bytes().opencount);
     }
     return stopped;
 }
@@ -47,7 +42,7 @@ bool leave_together(long step) {
 
 bool run_leaving(int rounds) {
     const Shared<std::atomic<int>> cases;
-    const bool well = run_in_lanes(2, rounds > 0 ? rounds : 2, [&](int) {
+    const bool well = run_in_lanes(2, rounds, [&](int) {
         for (long step = 1; leave_together(step); ++step) {
             ++*cases;
         }

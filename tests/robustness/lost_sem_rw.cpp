@@ -2,11 +2,9 @@
 #include "region_view.h"
 #include "roles.h"
 #include "runs.h"
-#include "worlds.h"
 
 #include <nuv/result.h>
 
-#include <csignal>
 #include <cstdio>
 #include <iterator>
 #include <vector>
@@ -20,100 +18,76 @@ struct Tally {
     std::atomic<int> cases{0};
 };
 
-/// Attaches, and holds `sem_rw` for so long or until it is killed.
-Process start_holder(milliseconds how_long) {
-    Process holder([how_long] {
-        const auto manager = make_manager();
-        if (!is_success(manager->Initialize())) {
-            return 1;
-        }
-        manager->sema_rw->wait();
-        std::this_thread::sleep_for(how_long);
-        manager->sema_rw->post();
-        return 0;
-    });
-    if (!wait_for(machine_slack, [] { return region_exists() && sem_rw_value() == 0; })) {
-        fail("nobody holds sem_rw");
+void lose_sem_rw() {
+    start_holder(&CNuv_shm_manager::sema_rw).kill_and_wait();
+    if (sem_rw_value() != 0) {
+        fail("the holder of sem_rw has not died with it");
     }
-    return holder;
 }
 
-constexpr std::chrono::hours until_killed(1);
-
 void lone_newcomer(Tally& tally) {
-    start_holder(until_killed).kill();
-    Member newcomer;
-    newcomer.wait_until_attached(attach_bound + machine_slack, "a lone newcomer");
-    keep_slowest(tally.slowest_newcomer, newcomer.attach_time().count());
-    newcomer.wait_until_left("a lone newcomer");
+    lose_sem_rw();
+    const auto start = Clock::now();
+    Member newcomer("a lone newcomer");
+    newcomer.wait_until_attached(attach_bound + machine_slack);
+    keep_slowest(tally.slowest_newcomer, start);
+    newcomer.leave();
     if (region_exists()) {
         fail("a lone newcomer leaves the region behind");
     }
 }
 
 void newcomers_that_give_up(Tally& tally) {
-    start_holder(until_killed).kill();
+    lose_sem_rw();
     const auto start = Clock::now();
-    for (int attempt = 1;; ++attempt) {
-        Member newcomer;
-        if (wait_for(tolerance, [&] { return newcomer.is_attached(); })) {
-            keep_slowest(tally.slowest_newcomer, milliseconds_since(start));
-            newcomer.wait_until_left("a newcomer");
-            break;
-        }
-        newcomer.process.kill();
-        if (attempt > 1) {
-            fail("the registry stays lost when newcomers give up after 4 s");
+    for (int attempts = 0; attempts < 2; ++attempts) {
+        Member newcomer("a newcomer");
+        if (wait_for(tolerance, [&] { return newcomer.board->attached.load(); })) {
+            keep_slowest(tally.slowest_newcomer, start);
+            newcomer.leave();
+            return;
         }
     }
+    fail("the registry stays lost when newcomers give up after 4 s");
 }
 
-struct Waiting {
-    std::atomic<int> waiting{0};
-    std::atomic<int> through{0};
-};
-
 /// Has a camera in the list, and asks for it while `sem_rw` is lost.
-int wait_for_camera(Waiting& board, Tally& tally, bool adds_camera) {
+void wait_for_camera(std::atomic<int>& waiting, Tally& tally, bool adds_camera) {
     const auto manager = make_manager();
     manager->Initialize();
-    constexpr unsigned int serial = 4711;
+    NUV_Device camera{};
+    camera.serialnumber = 4711;
+    camera.status_bits = NUV_STATUS_PRESENT;
     if (adds_camera) {
         unsigned int id = 0;
         manager->get_next_id(id);
-        NUV_Device camera{};
         camera.id = id;
-        camera.serialnumber = serial;
-        camera.status_bits = NUV_STATUS_PRESENT;
         manager->set_nuvdevice_to_free_listentry(camera);
     }
-    ++board.waiting;
+    ++waiting;
     if (!wait_for(machine_slack, [] { return sem_rw_value() == 0; })) {
-        return 1;
+        fail("nobody holds sem_rw");
     }
     interrupt_often();
     const auto start = Clock::now();
     NUV_Device found{};
-    const unsigned int result = manager->get_nuvdevice_from_serialnumber(serial, found);
-    keep_slowest(tally.slowest_waiter, milliseconds_since(start));
-    if (result != NUV_NOERROR) {
+    if (manager->get_nuvdevice_from_serialnumber(camera.serialnumber, found) != NUV_NOERROR) {
         fail("a camera is gone with the holder of sem_rw");
     }
-    ++board.through;
-    return 0;
+    keep_slowest(tally.slowest_waiter, start);
 }
 
 void those_already_waiting(Tally& tally) {
-    const Shared<Waiting> board;
-    std::vector<Process> waiting;
-    constexpr int count = 3;
-    for (int process = 0; process < count; ++process) {
-        waiting.emplace_back([&, process] { return wait_for_camera(*board, tally, process == 0); });
-        wait_for(machine_slack, [&] { return board->waiting == process + 1; });
+    const Shared<std::atomic<int>> waiting;
+    std::vector<Process> processes;
+    for (int process = 0; process < 3; ++process) {
+        processes.emplace_back([&] { wait_for_camera(*waiting, tally, process == 0); });
+        wait_for(machine_slack, [&] { return *waiting == process + 1; });
     }
-    start_holder(until_killed).kill();
-    for (Process& process : waiting) {
-        if (!process.wait_until_ended(attach_bound + machine_slack) || process.result() != 0) {
+    lose_sem_rw();
+    for (Process& process : processes) {
+        if (!wait_for(attach_bound + machine_slack, [&] { return process.has_ended(); }) ||
+            process.wait() != 0) {
             fail("who waits for sem_rw does not go on after its holder's death");
         }
     }
@@ -121,26 +95,26 @@ void those_already_waiting(Tally& tally) {
 
 void living_holder(Tally& /*tally*/) {
     Member member;
-    member.wait_until_attached(attach_bound, "a member");
+    member.wait_until_attached();
     // As where nobody has a time-stamp thread: too old within the holder's time.
-    member.pause("a member");
+    member.pause();
     age_heartbeat(tolerance.count() - 1);
-    Process holder = start_holder(std::chrono::seconds(3));
-    Member newcomer;
-    while (holder.look() != Process::State::ended) {
-        if (newcomer.is_attached() && sem_rw_value() == 0 &&
-            holder.look() != Process::State::ended) {
+    Process holder = start_holder(&CNuv_shm_manager::sema_rw, 3s);
+    Member newcomer("who waited for a living holder");
+    while (!holder.has_ended()) {
+        if (newcomer.board->attached && sem_rw_value() == 0 && !holder.has_ended()) {
             fail("the living holder of sem_rw was robbed");
         }
-        std::this_thread::sleep_for(milliseconds(5));
+        std::this_thread::sleep_for(5ms);
     }
-    newcomer.wait_until_attached(machine_slack, "who waited for a living holder");
-    if (newcomer.answer() != NUV_NOERROR || newcomer.attach_time() < milliseconds(2500)) {
-        fail("the newcomer was answered 0x%x after %ld ms beside a living holder",
-             newcomer.answer(), static_cast<long>(newcomer.attach_time().count()));
+    newcomer.wait_until_attached(machine_slack);
+    const unsigned int answer = newcomer.board->answer;
+    const long took = newcomer.board->attach_ms;
+    if (answer != NUV_NOERROR || took < 2500) {
+        fail("the newcomer was answered 0x%x after %ld ms beside a living holder", answer, took);
     }
-    newcomer.wait_until_left("the newcomer");
-    member.wait_until_left("a member");
+    newcomer.leave();
+    member.leave();
 }
 
 /// A thread of the same manager has it for longer than the tolerance, and lives.
@@ -153,7 +127,7 @@ void holder_in_the_same_manager(Tally& /*tally*/) {
         manager->update_time_stamp();
         refreshed = true;
     });
-    std::this_thread::sleep_for(attach_bound + std::chrono::seconds(1));
+    std::this_thread::sleep_for(attach_bound + 1s);
     const bool robbed = refreshed;
     manager->sema_rw->post();
     heartbeat.join();
@@ -170,10 +144,8 @@ bool run_lost_sem_rw(int rounds) {
                                          those_already_waiting, living_holder,
                                          holder_in_the_same_manager};
     constexpr int kinds = static_cast<int>(std::size(cases));
-    const int count = kinds * (rounds > 0 ? rounds : 1);
     const Shared<Tally> tally;
-    const bool well = run_in_lanes(8, count, [&](int number) {
-        remove_region_file();
+    const bool well = run_in_lanes(8, kinds * rounds, [&](int number) {
         cases[number % kinds](*tally);
         ++tally->cases;
     });

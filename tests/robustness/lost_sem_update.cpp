@@ -1,20 +1,20 @@
 // A `sem_update` whose holder is killed or stopped in the middle of a scan or an open, or is a
 // neighbour that knows nothing of the locks.
-#include "counting_log.h"
-#include "old_neighbour.h"
 #include "region_view.h"
 #include "roles.h"
 #include "runs.h"
 #include "step_calls.h"
 #include "support/private_world.h"
-#include "worlds.h"
+#include "support/stand_in_log.h"
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
 #include <nuv/iftype.h>
 #include <nuv/result.h>
 
+#include <fcntl.h>
 #include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -25,9 +25,6 @@
 namespace robustness {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr unsigned int serial = 7;
 /// How long a scan and an open take.
 constexpr milliseconds backend_delay(400);
 /// A second of suspicion, the slices before it, and the look for old neighbours.
@@ -39,9 +36,6 @@ struct Board {
     std::atomic<bool> through{false};
     std::atomic<bool> said_freed{false};
     std::atomic<bool> said_taken{false};
-    std::atomic<unsigned int> answer{0};
-    std::atomic<long> took_ms{0};
-    std::atomic<long> stop_ms{0};
 };
 
 struct Tally {
@@ -62,14 +56,23 @@ void configure() {
                             "\n[bench]\ninterface=USB3\nserial=7\nopen_delay_ms=" + delay + "\n");
 }
 
-std::unique_ptr<CNuv_device_manager> start_manager(Board& board) {
+void wait_for_flag(const std::atomic<bool>& flag, milliseconds at_most, const char* what) {
+    if (!wait_for(at_most, [&] { return flag.load(); })) {
+        fail("lost_sem_update: %s", what);
+    }
+}
+
+using Manager = std::unique_ptr<CNuv_device_manager>;
+using Work = void (*)(Manager& manager);
+
+Manager start_manager(Board& board) {
     watch_lines([&board](const std::string& line) {
         board.said_freed = board.said_freed || line.find("held by a dead process") != line.npos;
         board.said_taken =
             board.said_taken || line.find("sem_update has been taken for") != line.npos;
     });
     auto manager = std::make_unique<CNuv_device_manager>();
-    manager->SetLog(make_log().release());
+    manager->SetLog(nuv_test::make_log().release());
     manager->set_general_bits(NUV_BIT_LOG_DEVICE_MANAGER);
     if (manager->Initialize() != NUV_NOERROR || manager->scan_interface(NUV_IFTYPE_USB3) != 0) {
         fail("a device manager does not start");
@@ -77,91 +80,119 @@ std::unique_ptr<CNuv_device_manager> start_manager(Board& board) {
     return manager;
 }
 
-unsigned int open_camera(CNuv_device_manager& manager) {
-    NUV_Device camera{};
-    manager.shm_mgr->get_nuvdevice_from_serialnumber(serial, camera);
-    CNuv_grab* grab = nullptr;
-    return manager.open_grab_device_from_id(camera.id, &grab);
-}
-
-void wait_for_flag(const std::atomic<bool>& flag, milliseconds at_most, const char* what) {
-    if (!wait_for(at_most, [&] { return flag.load(); })) {
-        fail("lost_sem_update: %s", what);
-    }
-}
-
-constexpr milliseconds start_bound = 10s;
-
-void do_nothing() {}
-
-/// Opens the camera when it is told to.
-Process start_opener(Board& board, void (*prepare)() = do_nothing) {
-    Process opener([&board, prepare] {
-        const auto manager = start_manager(board);
-        prepare();
+/// A process with a device manager, which does its work when it is told to.
+Process start(Board& board, Work prepare, const std::function<void(Manager&)>& work) {
+    Process process([&] {
+        Manager manager = start_manager(board);
+        prepare(manager);
         board.ready = true;
-        wait_for_flag(board.go, 30s, "an opener is not told to go");
-        const auto start = Clock::now();
-        board.answer = open_camera(*manager);
-        board.took_ms = milliseconds_since(start);
+        wait_for_flag(board.go, 30s, "a process is not told to go");
+        work(manager);
         board.through = true;
-        return 0;
     });
-    wait_for_flag(board.ready, start_bound, "an opener does not start");
-    return opener;
+    wait_for_flag(board.ready, 10s, "a manager does not start");
+    return process;
 }
 
-enum class Work { scan, open };
+void do_nothing(Manager& /*manager*/) {}
+
+void open_camera(Manager& manager) {
+    NUV_Device camera{};
+    manager->shm_mgr->get_nuvdevice_from_serialnumber(7, camera);
+    CNuv_grab* grab = nullptr;
+    manager->open_grab_device_from_id(camera.id, &grab);
+}
+
+void start_scans(Manager& manager) {
+    manager->scantime = 10;
+    manager->start_scan_thread();
+}
+
+Process start_opener(Board& board, Work prepare = do_nothing) {
+    return start(board, prepare, open_camera);
+}
 
 /// In the middle of a scan or an open when this returns.
 Process start_holder(Board& board, Work work) {
-    Process holder([&board, work] {
-        const auto manager = start_manager(board);
-        board.ready = true;
-        wait_for_flag(board.go, 30s, "a holder is not told to go");
-        if (work == Work::open) {
-            open_camera(*manager);
-        } else {
-            manager->scantime = 1;
-            manager->start_scan_thread();
-        }
+    Process holder = start(board, do_nothing, [work](Manager& manager) {
+        work(manager);
         std::this_thread::sleep_for(1h);
-        return 0;
     });
-    wait_for_flag(board.ready, start_bound, "a holder does not start");
     board.go = true;
-    if (!wait_for(start_bound, [] { return sem_update_value() == 0; })) {
+    if (!wait_for(10s, [] { return sem_update_value() == 0; })) {
         fail("lost_sem_update: nobody holds it");
     }
     std::this_thread::sleep_for(backend_delay / 4);
     return holder;
 }
 
-/// Right after the holder's death.
-void see_recovery(Board& opener, Tally& tally) {
-    const auto death = Clock::now();
-    const milliseconds whole = recovery_bound + backend_delay + machine_slack;
-    if (!wait_for(whole, [&] { return opener.through.load(); })) {
-        fail("lost_sem_update: an open does not get through after its holder's death");
+/// Uses the region as a library does that knows nothing of its locks. Holds `sem_update` when this
+/// returns, and posts it at SIGTERM.
+Process start_old_neighbour(uid_t user = 0) {
+    const Shared<std::atomic<bool>> holds;
+    Process neighbour([&] {
+        sigset_t term;
+        sigemptyset(&term);
+        sigaddset(&term, SIGTERM);
+        sigprocmask(SIG_BLOCK, &term, nullptr);
+        auto* const region =
+            static_cast<unsigned char*>(mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE,
+                                             MAP_SHARED, shm_open(NUV_SHM_NAME, O_RDWR, 0), 0));
+        if (region == MAP_FAILED || setuid(user) != 0) {
+            fail("an old neighbour does not attach");
+        }
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // which another user has to say again
+        auto* const sem_update =
+            reinterpret_cast<sem_t*>(region + offsetof(NUV_Devlist_Shm, sem_update));
+        sem_wait(sem_update);
+        *holds = true;
+        int signal = 0;
+        sigwait(&term, &signal);
+        sem_post(sem_update);
+    });
+    wait_for_flag(*holds, 5s, "an old neighbour does not get it");
+    return neighbour;
+}
+
+void post_and_leave(Process& old_neighbour) {
+    old_neighbour.signal(SIGTERM);
+    if (!wait_for(5s, [&] { return old_neighbour.has_ended(); }) || old_neighbour.wait() != 0) {
+        fail("lost_sem_update: an old neighbour does not leave");
     }
-    const long recovered = milliseconds_since(death);
-    if (!opener.said_freed) {
-        fail("lost_sem_update: nothing in the log about the dead holder");
+}
+
+void see_kept(const Board& opener, milliseconds how_long, const char* holder) {
+    if (wait_for(how_long, [&] { return opener.through || sem_update_value() != 0; })) {
+        fail("lost_sem_update: %s was robbed", holder);
+    }
+}
+
+void see_through(const Board& opener, milliseconds at_most, bool after_a_death) {
+    wait_for_flag(opener.through, at_most + machine_slack, "an open does not get through");
+    if (opener.said_freed != after_a_death) {
+        fail("lost_sem_update: the log says %s about a dead holder",
+             after_a_death ? "nothing" : "something");
     }
     // The opener closes its camera as it ends.
     if (!wait_for(machine_slack, [] { return sem_update_value() == 1; })) {
-        fail("lost_sem_update: it is %d after the recovery", sem_update_value());
+        fail("lost_sem_update: it is %d after an open", sem_update_value());
     }
-    ++tally.recoveries;
-    keep_slowest(tally.slowest_recovery, recovered);
 }
 
-void killed_holder(Tally& tally, Work work) {
+/// Right after the holder's death.
+void see_recovery(const Board& opener, Tally& tally) {
+    const auto death = Clock::now();
+    see_through(opener, recovery_bound + backend_delay, true);
+    ++tally.recoveries;
+    keep_slowest(tally.slowest_recovery, death);
+}
+
+template <Work work>
+void killed_holder(Tally& tally) {
     const Shared<Board> holding;
     const Shared<Board> opening;
-    const Process opener = start_opener(*opening, interrupt_often);
-    Process holder = start_holder(*holding, work);
-    holder.kill();
+    const Process opener = start_opener(*opening, [](Manager& /*manager*/) { interrupt_often(); });
+    start_holder(*holding, work).kill_and_wait();
     if (sem_update_value() != 0) {
         fail("lost_sem_update: the holder died too late to hold it");
     }
@@ -169,49 +200,33 @@ void killed_holder(Tally& tally, Work work) {
     see_recovery(*opening, tally);
 }
 
-void killed_in_scan(Tally& tally) {
-    killed_holder(tally, Work::scan);
-}
-
-void killed_in_open(Tally& tally) {
-    killed_holder(tally, Work::open);
-}
-
 void stopped_holder(Tally& /*tally*/) {
     const Shared<Board> holding;
     const Shared<Board> opening;
     const Process opener = start_opener(*opening);
-    const Process holder = start_holder(*holding, Work::open);
+    const Process holder = start_holder(*holding, open_camera);
     holder.signal(SIGSTOP);
     opening->go = true;
-    if (wait_for(7s, [&] { return opening->through || sem_update_value() != 0; })) {
-        fail("lost_sem_update: a stopped holder was robbed");
-    }
+    see_kept(*opening, 7s, "a stopped holder");
     if (!opening->said_taken) {
         fail("lost_sem_update: nothing in the log after a wait of 7 s");
     }
     holder.signal(SIGCONT);
-    wait_for_flag(opening->through, backend_delay * 4 + machine_slack,
-                  "an open does not get through after the holder went on");
-    if (opening->said_freed || !wait_for(machine_slack, [] { return sem_update_value() == 1; })) {
-        fail("lost_sem_update: a stopped holder was robbed in the end");
-    }
+    see_through(*opening, backend_delay * 4, false);
 }
 
 void old_neighbour(Tally& tally) {
     const Shared<Board> opening;
     const Process opener = start_opener(*opening);
-    Old_neighbour first;
+    Process neighbour = start_old_neighbour();
     opening->go = true;
-    if (wait_for(4s, [&] { return opening->through || sem_update_value() != 0; })) {
-        fail("lost_sem_update: a living old neighbour was robbed");
-    }
-    first.kill();
+    see_kept(*opening, 4s, "a living old neighbour");
+    neighbour.kill_and_wait();
     see_recovery(*opening, tally);
 }
 
 /// Root without the right to look into others, as in many containers.
-void give_up_looking_into_others() {
+void give_up_looking_into_others(Manager& /*manager*/) {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct rights[_LINUX_CAPABILITY_U32S_3]{};
     syscall(SYS_capget, &header, rights);
@@ -223,14 +238,11 @@ void old_neighbour_out_of_sight(Tally& /*tally*/) {
     const Shared<Board> opening;
     const Process opener = start_opener(*opening, give_up_looking_into_others);
     constexpr uid_t somebody = 65534;
-    Old_neighbour neighbour(somebody);
+    Process neighbour = start_old_neighbour(somebody);
     opening->go = true;
-    if (wait_for(3s, [&] { return opening->through || sem_update_value() != 0; })) {
-        fail("lost_sem_update: an old neighbour that can't be looked into was robbed");
-    }
-    neighbour.post_and_leave();
-    wait_for_flag(opening->through, backend_delay + machine_slack,
-                  "an open does not get through after an old neighbour's post");
+    see_kept(*opening, 3s, "an old neighbour that can't be looked into");
+    post_and_leave(neighbour);
+    see_through(*opening, backend_delay, false);
 }
 
 /// Also when it posts, and goes, right when somebody looks for it: before the n-th step of the
@@ -241,8 +253,8 @@ void old_neighbour_that_goes(Tally& /*tally*/) {
     // Taking the byte, four slices, the look, a slice, the look.
     constexpr long steps = 8;
     for (long step = 1; step <= steps; ++step) {
-        Old_neighbour neighbour;
-        act_before_step(step, [&] { neighbour.post_and_leave(); });
+        Process neighbour = start_old_neighbour();
+        act_before_step(step, [&] { post_and_leave(neighbour); });
         manager->sema_update->wait();
         stop_counting_steps();
         manager->sema_update->post();
@@ -255,35 +267,30 @@ void old_neighbour_that_goes(Tally& /*tally*/) {
 
 void shutdown(Tally& tally) {
     const Shared<Board> board;
-    Process process([&] {
-        nuv_dev_manager = start_manager(*board);
-        if (open_camera(*nuv_dev_manager) != 0) {
-            return 1;
+    const auto open_and_scan = [](Manager& manager) {
+        open_camera(manager);
+        if (manager->grabdev_list.empty()) {
+            fail("lost_sem_update: there is no camera to leave open");
         }
-        nuv_dev_manager->scantime = 10;
-        nuv_dev_manager->start_scan_thread();
-        board->ready = true;
-        wait_for_flag(board->go, 30s, "a process is not told to end");
-        const auto stop = Clock::now();
-        nuv_dev_manager->stop_threads();
-        board->stop_ms = milliseconds_since(stop);
-        const auto end = Clock::now();
-        nuv_dev_manager.reset();
-        board->took_ms = milliseconds_since(end);
-        return 0;
+        start_scans(manager);
+    };
+    Process process = start(*board, open_and_scan, [&tally](Manager& manager) {
+        auto begin = Clock::now();
+        manager->stop_threads();
+        keep_slowest(tally.slowest_stop, begin);
+        begin = Clock::now();
+        manager.reset();
+        keep_slowest(tally.slowest_shutdown, begin);
     });
-    wait_for_flag(board->ready, start_bound, "a manager does not start");
-    Old_neighbour for_ever;
+    const Process for_ever = start_old_neighbour();
     std::this_thread::sleep_for(6s);
     if (!board->said_taken) {
         fail("lost_sem_update: nothing in the log after a scan's wait of 6 s");
     }
     board->go = true;
-    if (!process.wait_until_ended(10s + start_bound) || process.result() != 0) {
+    if (!wait_for(20s, [&] { return process.has_ended(); }) || process.wait() != 0) {
         fail("lost_sem_update: a process does not end while somebody keeps it");
     }
-    keep_slowest(tally.slowest_stop, board->stop_ms);
-    keep_slowest(tally.slowest_shutdown, board->took_ms);
 }
 
 }  // namespace
@@ -292,15 +299,14 @@ bool run_lost_sem_update(int rounds) {
     constexpr void (*cases[])(Tally&) = {shutdown,
                                          stopped_holder,
                                          old_neighbour,
-                                         killed_in_scan,
-                                         killed_in_open,
+                                         killed_holder<start_scans>,
+                                         killed_holder<open_camera>,
                                          old_neighbour_that_goes,
                                          old_neighbour_out_of_sight};
     constexpr int kinds = static_cast<int>(std::size(cases));
     configure();
     const Shared<Tally> tally;
-    const bool well = run_in_lanes(kinds, kinds * (rounds > 0 ? rounds : 1), [&](int number) {
-        remove_region_file();
+    const bool well = run_in_lanes(kinds, kinds * rounds, [&](int number) {
         cases[number % kinds](*tally);
         ++tally->cases;
     });

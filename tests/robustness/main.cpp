@@ -1,12 +1,11 @@
-// robustness RUN [SECONDS_OR_ROUNDS]
-#include "process.h"
+// robustness RUN [LENGTH]
 #include "runs.h"
 #include "support/private_world.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
+#include <exception>
+#include <string>
 
 namespace {
 
@@ -14,46 +13,46 @@ struct Named_run {
     const char* name;
     bool (*run)(int length);
     const char* length;
+    int length_of_a_test;
 };
 
 constexpr Named_run runs[] = {
-    {"steps", robustness::run_steps, "0 for a sample, 1 for every step in real time"},
-    {"storm", robustness::run_storm, "seconds"},
-    {"stampede", robustness::run_stampede, "rounds"},
-    {"slow", robustness::run_slow, "rounds"},
-    {"leaving", robustness::run_leaving, "rounds"},
-    {"lost_sem_rw", robustness::run_lost_sem_rw, "rounds"},
-    {"lost_sem_update", robustness::run_lost_sem_update, "rounds"},
-    {"forks", robustness::run_forks, "rounds"},
-    {"stopping", robustness::run_stopping, "rounds"},
+    {"steps", robustness::run_steps, "0 for a sample, 1 for every step in real time", 0},
+    {"storm", robustness::run_storm, "seconds", 10},
+    {"stampede", robustness::run_stampede, "rounds", 30},
+    {"slow", robustness::run_slow, "rounds", 60},
+    {"leaving", robustness::run_leaving, "rounds", 2},
+    {"lost_sem_rw", robustness::run_lost_sem_rw, "rounds", 1},
+    {"lost_sem_update", robustness::run_lost_sem_update, "rounds", 1},
+    {"forks", robustness::run_forks, "rounds", 1},
+    {"stopping", robustness::run_stopping, "rounds", 250},
 };
 
-int usage() {
-    std::fputs("usage: robustness RUN [LENGTH]\n", stderr);
-    for (const Named_run& run : runs) {
-        std::fprintf(stderr, "  %-16s %s\n", run.name, run.length);
+int play(const Named_run& run, char** argv) {
+    nuv_test::enter_private_world(argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    bool well = false;
+    try {
+        well = run.run(argv[2] != nullptr ? std::atoi(argv[2]) : run.length_of_a_test);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
     }
-    return 2;
+    std::printf("%s: %s\n", run.name, well ? "no violation" : "FAILED");
+    nuv_test::leave_private_world();
+    return well ? 0 : 1;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::string name = argc > 1 ? argv[1] : "";
-    const auto* const run = std::find_if(std::begin(runs), std::end(runs),
-                                         [&](const Named_run& each) { return each.name == name; });
-    if (run == std::end(runs)) {
-        return usage();
+    for (const Named_run& run : runs) {
+        if (argc > 1 && run.name == std::string(argv[1])) {
+            return play(run, argv);
+        }
     }
-    nuv_test::enter_private_world(argv);
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    bool well = false;
-    try {
-        well = run->run(argc > 2 ? std::atoi(argv[2]) : 0);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
+    std::fputs("usage: robustness RUN [LENGTH]\n", stderr);
+    for (const Named_run& run : runs) {
+        std::fprintf(stderr, "  %-16s %s\n", run.name, run.length);
     }
-    std::printf("%s: %s\n", run->name, well ? "no violation" : "FAILED");
-    nuv_test::leave_private_world();
-    return well ? 0 : 1;
+    return 2;
 }

@@ -1,55 +1,87 @@
 #include "roles.h"
 
-#include "counting_log.h"
 #include "region_view.h"
 #include "step_calls.h"
+#include "support/stand_in_log.h"
 
 #include <nuv/bits.h>
 #include <nuv/result.h>
 
+#include <csignal>
+
 namespace robustness {
 namespace {
 
-/// Whether the planned phase is over: only its first time counts.
-bool is_over = false;
-
-/// Counts steps for as long as it lives, if the plan is about this phase.
-class Counted_phase {
+/// What a member does at its board. Only the first time counts that it comes to the planned phase.
+class Life {
 public:
-    Counted_phase(const Plan& plan, Plan::Phase phase, std::atomic<long>& result)
-        : counts(plan.phase == phase && !is_over), steps(result) {
-        if (!counts) {
-            return;
-        }
-        is_over = true;
-        if (plan.from_line.empty()) {
-            act_before_step(plan.step, plan.action);
-            return;
-        }
-        watch_lines([plan, armed = false](const std::string& line) mutable {
-            if (!armed && line.find(plan.from_line) != std::string::npos) {
-                armed = true;
-                act_before_step(plan.step, plan.action);
+    Life(Member::Board& its_board, const Plan& its_plan) : board(its_board), plan(its_plan) {}
+
+    void live() {
+        const auto start = Clock::now();
+        while (!attach()) {
+            if (board.retries + 1 >= plan.attempts) {
+                board.refused = true;
+                return;
             }
-        });
-    }
-    Counted_phase(const Counted_phase&) = delete;
-    Counted_phase& operator=(const Counted_phase&) = delete;
-    ~Counted_phase() {
-        if (counts) {
-            steps = stop_counting_steps();
+            ++board.retries;
         }
+        board.inode = inode_of(manager->m_hMem);
+        board.attach_ms = milliseconds_since(start);
+        board.attached = true;
+        while (!board.asked_to_leave) {
+            if (inode_of(manager->m_hMem) != region_inode()) {
+                fail("attached to a region without the name");
+            }
+            board.paused = board.asked_to_pause.load();
+            if (!board.paused) {
+                keep_alive();
+            }
+            ++board.heartbeats;
+            std::this_thread::sleep_for(5ms);
+        }
+        board.attached = false;
+        take_steps(Phase::leave, [this] { manager->close_shm(); });
+        board.left = true;
     }
 
 private:
-    bool counts;
-    std::atomic<long>& steps;
+    void take_steps(Phase phase, const std::function<void()>& steps) {
+        if (phase != plan.phase) {
+            steps();
+            return;
+        }
+        plan.phase = Phase::none;
+        act_before_step(
+            plan.step, [this] { raise(plan.signal); }, plan.from_line);
+        steps();
+        board.steps = stop_counting_steps();
+    }
+
+    bool attach() {
+        take_steps(Phase::attach, [this] { board.answer = manager->Initialize(); });
+        return is_success(board.answer);
+    }
+
+    void keep_alive() {
+        take_steps(Phase::heartbeat, [this] { manager->update_time_stamp(); });
+        if (plan.uses_update) {
+            take_steps(Phase::update, [this] {
+                manager->sema_update->wait();
+                manager->sema_update->post();
+            });
+        }
+    }
+
+    Member::Board& board;
+    Plan plan;
+    const std::unique_ptr<CNuv_shm_manager> manager = make_manager();
 };
 
 }  // namespace
 
 std::unique_ptr<CNuv_shm_manager> make_manager() {
-    static CNuv_Log* const log = make_log().release();
+    static CNuv_Log* const log = nuv_test::make_log().release();
     auto manager =
         std::make_unique<CNuv_shm_manager>(log, NUV_BIT_LOG_SHM_MANAGER | NUV_BIT_LOG_SEM_ACCESS);
     manager->set_difftime(tolerance.count());
@@ -60,101 +92,74 @@ bool is_success(unsigned int result) {
     return result == NUV_NOERROR || result == NUV_DIFFTIME_OUT;
 }
 
-int Member::live(Board& board, const Plan& plan) {
-    const auto manager = make_manager();
-    const auto start = Clock::now();
-    {
-        const Counted_phase counted(plan, Plan::Phase::attach, board.steps);
-        board.answer = manager->Initialize();
-    }
-    while (!is_success(board.answer) && board.retries + 1 < plan.attempts) {
-        ++board.retries;
-        board.answer = manager->Initialize();
-    }
-    if (!is_success(board.answer)) {
-        board.refused = true;
-        return 0;
-    }
-    board.inode = inode_of(manager->m_hMem);
-    board.attach_ms = std::chrono::duration_cast<milliseconds>(Clock::now() - start).count();
-    board.attached = true;
-    while (!board.leave) {
-        if (!is_the_named_region(manager->m_hMem)) {
-            fail("attached to a region without the name");
-        }
-        board.paused = board.pause.load();
-        if (!board.paused) {
-            const Counted_phase counted(plan, Plan::Phase::heartbeat, board.steps);
-            manager->update_time_stamp();
-        }
-        if (!board.paused && plan.uses_update) {
-            const Counted_phase counted(plan, Plan::Phase::update, board.steps);
-            manager->sema_update->wait();
-            manager->sema_update->post();
-        }
-        ++board.heartbeats;
-        std::this_thread::sleep_for(milliseconds(5));
-    }
-    board.attached = false;
-    {
-        const Counted_phase counted(plan, Plan::Phase::leave, board.steps);
-        manager->close_shm();
-    }
-    board.left = true;
-    return 0;
-}
+Member::Member(const char* who, const Plan& plan)
+    : process([&] { Life(*board, plan).live(); }), name(who) {}
 
-Member::Member(Plan plan)
-    : process([] { return 0; }), shared(std::make_unique<Shared<Board>>()), board(&**shared) {
-    process = Process([this, plan] { return live(*board, plan); });
-}
-
-void Member::wait_until(milliseconds at_most, const char* who, const char* what,
-                        const std::atomic<bool>& flag) {
-    const bool came = wait_for(
-        at_most, [&] { return flag || board->refused || process.look() == Process::State::ended; });
-    if (flag) {
+void Member::wait_until(milliseconds at_most, const char* complaint,
+                        const std::function<bool()>& condition) {
+    const bool came =
+        wait_for(at_most, [&] { return condition() || board->refused || process.has_ended(); });
+    if (condition()) {
         return;
     }
     if (board->refused) {
-        fail("%s is refused with 0x%x", who, answer());
+        fail("%s is refused with 0x%x", name, board->answer.load());
     }
     if (came) {
-        fail("%s has ended with %d", who, process.result());
+        fail("%s has ended with %d", name, process.wait());
     }
-    fail("%s %s after %ld ms", who, what, static_cast<long>(at_most.count()));
+    fail("%s %s after %ld ms", name, complaint, static_cast<long>(at_most.count()));
 }
 
-void Member::wait_until_attached(milliseconds at_most, const char* who) {
-    wait_until(at_most, who, "is not attached", board->attached);
+void Member::wait_until_attached(milliseconds at_most) {
+    wait_until(at_most, "is not attached", [this] { return board->attached.load(); });
 }
 
-void Member::wait_for_heartbeats(int count, const char* who) {
+void Member::wait_for_heartbeats(int count) {
     const long goal = board->heartbeats + count + 1;
-    const bool came = wait_for(attach_bound + machine_slack, [&] {
-        return board->heartbeats >= goal || process.look() == Process::State::ended;
-    });
-    if (!came || process.look() == Process::State::ended) {
-        fail("%s %s (%d)", who, came ? "has ended" : "hangs while attached", process.result());
-    }
+    wait_until(attach_bound + machine_slack, "hangs while attached",
+               [&] { return board->heartbeats >= goal; });
 }
 
-void Member::pause(const char* who) {
-    board->pause = true;
-    wait_until(attach_bound + machine_slack, who, "hangs", board->paused);
+void Member::pause() {
+    board->asked_to_pause = true;
+    wait_until(attach_bound + machine_slack, "hangs", [this] { return board->paused.load(); });
 }
 
-void Member::wait_until_left(const char* who) {
-    constexpr milliseconds own_deadline = tolerance + std::chrono::seconds(5);
-    ask_to_leave();
-    wait_until(own_deadline + machine_slack, who, "has not left", board->left);
+void Member::stop() {
+    pause();
+    process.signal(SIGSTOP);
+    wait_for(machine_slack, [this] { return process.is_stopped(); });
+}
+
+void Member::leave() {
+    constexpr milliseconds own_deadline = tolerance + 5s;
+    board->asked_to_leave = true;
+    wait_until(own_deadline + machine_slack, "has not left", [this] { return board->left.load(); });
     // Only a process that hangs needs that long: the kernel ends one late on a loaded machine.
-    if (!process.wait_until_ended(std::chrono::seconds(60))) {
-        fail("%s has left, and does not end", who);
+    if (!wait_for(60s, [this] { return process.has_ended(); })) {
+        fail("%s has left, and does not end", name);
     }
-    if (process.result() != 0) {
-        fail("%s has ended with %d", who, process.result());
+    if (process.wait() != 0) {
+        fail("%s has ended with %d", name, process.wait());
     }
+}
+
+Process start_holder(std::unique_ptr<CNuv_sem_access> CNuv_shm_manager::*semaphore,
+                     milliseconds how_long) {
+    const Shared<std::atomic<bool>> holds;
+    Process holder([&] {
+        const auto manager = make_manager();
+        manager->Initialize();
+        (*manager.*semaphore)->wait();
+        *holds = true;
+        std::this_thread::sleep_for(how_long);
+        (*manager.*semaphore)->post();
+    });
+    if (!wait_for(machine_slack, [&] { return holds->load(); })) {
+        fail("the holder of a semaphore does not get it");
+    }
+    return holder;
 }
 
 }  // namespace robustness

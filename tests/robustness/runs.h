@@ -1,10 +1,10 @@
 // The runs. Each prints its counts on a line, and ends at the first violation; the argument is how
-// long the run is, in seconds or rounds, 0 for a test's length.
+// long the run is.
 #pragma once
 
 namespace robustness {
 
-bool run_steps(int longest);
+bool run_steps(int all_in_real_time);
 bool run_storm(int seconds);
 bool run_stampede(int rounds);
 bool run_slow(int rounds);

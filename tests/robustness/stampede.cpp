@@ -2,7 +2,6 @@
 #include "region_view.h"
 #include "roles.h"
 #include "runs.h"
-#include "worlds.h"
 
 #include <nuv/result.h>
 
@@ -22,7 +21,7 @@ struct Gathering {
 };
 
 /// \param meets whether it stays until all the others are attached as well
-int attach_with_the_others(Gathering& gathering, bool meets) {
+void attach_with_the_others(Gathering& gathering, bool meets) {
     const auto manager = make_manager();
     ++gathering.ready;
     while (!gathering.go) {
@@ -32,10 +31,10 @@ int attach_with_the_others(Gathering& gathering, bool meets) {
     if (result != NUV_NOERROR) {
         fail("stampede: Initialize answers 0x%x", result);
     }
-    if (!is_the_named_region(manager->m_hMem)) {
+    const ino_t mine = inode_of(manager->m_hMem);
+    if (mine != region_inode()) {
         fail("stampede: attached to a region without the name");
     }
-    const ino_t mine = inode_of(manager->m_hMem);
     ino_t first = 0;
     const bool is_first = gathering.inode.compare_exchange_strong(first, mine);
     if (meets && !is_first && first != mine) {
@@ -46,40 +45,38 @@ int attach_with_the_others(Gathering& gathering, bool meets) {
         !wait_for(attach_bound + machine_slack, [&] { return gathering.attached == crowd; })) {
         fail("stampede: only %d of %d are attached", gathering.attached.load(), crowd);
     }
-    if (meets && region_opencount() > crowd) {
-        fail("stampede: a count of %d", region_opencount());
+    if (const int count = region_bytes().opencount; meets && count > crowd) {
+        fail("stampede: a count of %d", count);
     }
     manager->close_shm();
-    return 0;
 }
 
 void play_round(int round) {
     const Shared<Gathering> gathering;
     std::vector<Process> processes;
     for (int process = 0; process < crowd; ++process) {
-        processes.emplace_back([&] { return attach_with_the_others(*gathering, round % 2 == 0); });
+        processes.emplace_back([&] { attach_with_the_others(*gathering, round % 2 == 0); });
     }
     wait_for(machine_slack, [&] { return gathering->ready == crowd; });
     gathering->go = true;
     for (Process& process : processes) {
-        if (!process.wait_until_ended(2 * attach_bound) || process.result() != 0) {
+        if (!wait_for(2 * attach_bound, [&] { return process.has_ended(); }) ||
+            process.wait() != 0) {
             fail("stampede, round %d: a process %s", round,
-                 process.look() == Process::State::ended ? "has failed" : "hangs");
+                 process.has_ended() ? "has failed" : "hangs");
         }
     }
     if (region_exists()) {
         fail("stampede, round %d: the region is still there with a count of %d", round,
-             region_opencount());
+             region_bytes().opencount);
     }
 }
 
 }  // namespace
 
 bool run_stampede(int rounds) {
-    constexpr int in_a_test = 30;
-    const int count = rounds > 0 ? rounds : in_a_test;
-    const bool well = run_in_lanes(2, count, play_round);
-    std::printf("stampede: %d rounds of %d processes\n", count, crowd);
+    const bool well = run_in_lanes(2, rounds, play_round);
+    std::printf("stampede: %d rounds of %d processes\n", rounds, crowd);
     return well;
 }
 

@@ -7,23 +7,21 @@
 
 #include <chrono>
 #include <functional>
+#include <string>
 
 namespace robustness {
 
-/// From now on the calling thread's steps are counted, and `action` runs right before the n-th
-/// (1: the next).
-void act_before_step(long n, std::function<void()> action);
-/// As above; the process sends itself that signal.
-void signal_before_step(long n, int signal);
+/// From now on, or from the log line with that part on, the calling thread's steps are counted, and
+/// `action` runs right before the n-th (1: the next). A forked child counts none.
+void act_before_step(long n, std::function<void()> action, std::string from_line = "");
 /// \return how many steps there were
 long stop_counting_steps();
-/// Ends what was asked for, as after a fork.
-void forget_steps();
+
+/// `seen` is called for every line that the library logs, by the thread that writes it. Set before
+/// any thread is there.
+void watch_lines(std::function<void(const std::string& line)> seen);
 
 /// From now on, whoever is about to wait on a condition variable is late for it by so much.
 void delay_condition_waits(std::chrono::microseconds how_long);
-
-/// One step; called by the interposed calls and by the log.
-void step();
 
 }  // namespace robustness

@@ -1,13 +1,15 @@
-#include "storm_worker.h"
-
 #include "region_view.h"
 #include "roles.h"
+#include "step_calls.h"
+#include "storm.h"
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
 #include <nuv/iftype.h>
 #include <nuv/result.h>
 
+#include <algorithm>
+#include <csignal>
 #include <random>
 
 namespace robustness {
@@ -16,11 +18,44 @@ namespace {
 class Worker {
 public:
     Worker(Storm_board& the_board, Worker_slot& slot, unsigned int seed)
-        : board(the_board), self(slot), random(seed) {
-        count_from_log(board);
+        : board(the_board), self(slot), random(seed) {}
+
+    void live_with_registry() {
+        now("attaches");
+        const auto manager = make_manager();
+        const unsigned int answer = manager->Initialize();
+        if (!is_accepted(is_success(answer), answer)) {
+            return;
+        }
+        stay_attached(manager->m_hMem, 6, [&] { use_registry(*manager); });
+        now("detaches");
+        manager->close_shm();
+        nap(3000);
     }
 
-    bool go_on() { return !board.quit; }
+    void live_with_cameras() {
+        CNuv_device_manager manager;
+        manager.set_general_bits(NUV_BIT_LOG_DEVICE_MANAGER | NUV_BIT_LOG_INTERFACE |
+                                 NUV_BIT_LOG_SHM_MANAGER | NUV_BIT_LOG_SEM_ACCESS);
+        now("starts a device manager");
+        const unsigned int answer = manager.Initialize();
+        if (!is_accepted(answer == NUV_NOERROR, answer)) {
+            return;
+        }
+        ++board.managers;
+        stay_attached(manager.shm_mgr->m_hMem, 20, [&] { use_cameras(manager); });
+        now("ends a device manager");
+    }
+
+    void stay_parked() {
+        self.parked = true;
+        while (board.park && !board.quit) {
+            std::this_thread::sleep_for(1ms);
+        }
+        self.parked = false;
+    }
+
+private:
     int roll(int most) { return std::uniform_int_distribution<int>(0, most)(random); }
     void nap(int most_us) { std::this_thread::sleep_for(std::chrono::microseconds(roll(most_us))); }
 
@@ -30,140 +65,150 @@ public:
         ++self.progress;
     }
 
-    void stay_parked() {
-        self.parked = true;
-        while (board.park && go_on()) {
-            std::this_thread::sleep_for(milliseconds(1));
-        }
-        self.parked = false;
-    }
-
-    void attached(int fd) {
-        ++board.attaches;
-        self.inode = inode_of(fd);
-        check_region(board, self, fd);
-    }
-    void detaching() { self.inode = 0; }
-    void check(int fd) { check_region(board, self, fd); }
-
     /// An attempt may fail after a death, once. Stops are shorter than the wait for the gate.
-    void refused(unsigned int answer) {
-        ++board.refused;
-        if (++refusals > 1) {
+    bool is_accepted(bool success, unsigned int answer) {
+        refusals = success ? 0 : refusals + 1;
+        ++(success ? board.attaches : board.refused);
+        if (refusals > 1) {
             fail("storm: refused with 0x%x, for the second time", answer);
         }
+        return success;
     }
-    void accepted() { refusals = 0; }
+
+    void stay_attached(int fd, int most_uses, const std::function<void()>& use) {
+        self.inode = inode_of(fd);
+        check_region();
+        for (int left = roll(most_uses); left > 0 && !board.quit; --left) {
+            use();
+            check_region();
+            stay_parked();
+        }
+        self.inode = 0;
+    }
+
+    /// The region has its name, and no other living worker is attached to another one now.
+    void check_region() {
+        if (self.inode != region_inode()) {
+            fail("storm: attached to a region without a name");
+        }
+        for (const Worker_slot& other : board.workers) {
+            const pid_t pid = other.pid;
+            const ino_t inode = other.inode;
+            // This one is attached all the while; so a living one with another region is on it now.
+            if (inode != 0 && inode != self.inode && pid != 0 && kill(pid, 0) == 0 &&
+                !other.doomed && other.pid == pid && other.inode == inode) {
+                fail("storm: two workers are attached to different regions");
+            }
+        }
+    }
+
+    /// Under `sem_rw`. No id was handed out before since the region was created or cleared.
+    void take_id(CNuv_shm_manager& manager) {
+        manager.sema_rw->wait();
+        self.in_list = true;
+        unsigned int id = 0;
+        const unsigned int result = manager.get_next_id(id);
+        const bool unsure = board.ids_unsure;
+        const unsigned int last = board.last_id.exchange(id);
+        const bool cleared = board.clears_at_last_id.exchange(board.clears) != board.clears;
+        const bool elsewhere = board.region_of_last_id.exchange(self.inode) != self.inode;
+        if (board.holder_wanted.exchange(false)) {
+            self.lingers = true;
+            std::this_thread::sleep_for(50ms);
+            self.lingers = false;
+        }
+        self.in_list = false;
+        manager.sema_rw->post();
+        ++board.ids;
+        board.unsure_ids += unsure ? 1 : 0;
+        if (result != NUV_NOERROR || (id <= last && !cleared && !elsewhere && !unsure)) {
+            fail("storm: id %u after %u, without a clear between (0x%x)", id, last, result);
+        }
+    }
+
+    void use_registry(CNuv_shm_manager& manager) {
+        switch (roll(3)) {
+            case 0:
+                now("takes an id");
+                take_id(manager);
+                break;
+            case 1:
+                now("refreshes the heartbeat");
+                manager.update_time_stamp();
+                break;
+            case 2:
+                now("takes sem_update");
+                manager.sema_update->wait();
+                nap(300);
+                manager.sema_update->post();
+                break;
+            default:
+                nap(3000);
+        }
+    }
+
+    void use_cameras(CNuv_device_manager& manager) {
+        NUV_Device camera{};
+        CNuv_grab* grab = nullptr;
+        switch (roll(2)) {
+            case 0:
+                now("scans");
+                manager.scan_interface(NUV_IFTYPE_USB3);
+                ++board.scans;
+                break;
+            case 1:
+                now("opens a camera");
+                manager.shm_mgr->get_nuvdevice_listentry(roll(5), camera);
+                if (manager.open_grab_device_from_id(camera.id, &grab) == NUV_NOERROR) {
+                    ++board.opens;
+                    nap(2000);
+                    now("closes a camera");
+                    manager.close_grab_device(grab);
+                }
+                break;
+            default:
+                nap(20000);
+        }
+    }
 
     Storm_board& board;
     Worker_slot& self;
-
-private:
     std::mt19937 random;
     int refusals = 0;
 };
 
-void use_registry(Worker& worker, CNuv_shm_manager& manager) {
-    switch (worker.roll(3)) {
-        case 0:
-            worker.now("takes an id");
-            take_id(worker.board, worker.self, manager);
-            break;
-        case 1:
-            worker.now("refreshes the heartbeat");
-            manager.update_time_stamp();
-            break;
-        case 2:
-            worker.now("takes sem_update");
-            manager.sema_update->wait();
-            worker.nap(300);
-            manager.sema_update->post();
-            break;
-        default:
-            worker.nap(3000);
-    }
-}
-
-/// A camera of the inventory, by chance.
-unsigned int some_camera(Worker& worker, CNuv_device_manager& manager) {
-    NUV_Device camera{};
-    manager.shm_mgr->get_nuvdevice_listentry(worker.roll(5), camera);
-    return camera.id;
-}
-
-void use_cameras(Worker& worker, CNuv_device_manager& manager) {
-    CNuv_grab* grab = nullptr;
-    switch (worker.roll(2)) {
-        case 0:
-            worker.now("scans");
-            manager.scan_interface(NUV_IFTYPE_USB3);
-            ++worker.board.scans;
-            break;
-        case 1:
-            worker.now("opens a camera");
-            if (manager.open_grab_device_from_id(some_camera(worker, manager), &grab) == 0) {
-                ++worker.board.opens;
-                worker.nap(2000);
-                worker.now("closes a camera");
-                manager.close_grab_device(grab);
-            }
-            break;
-        default:
-            worker.nap(20000);
-    }
+/// Whoever is stopped while it changes the list goes on beside the next holder of `sem_rw`, once it
+/// has been taken for dead.
+bool is_holder_robbed(const Storm_board& board) {
+    return std::any_of(board.workers.begin(), board.workers.end(), [](const Worker_slot& worker) {
+        return worker.stopped && !worker.doomed && worker.in_list;
+    });
 }
 
 }  // namespace
 
-int work_with_registry(Storm_board& board, Worker_slot& self, unsigned int seed) {
-    Worker worker(board, self, seed);
-    while (worker.go_on()) {
-        worker.stay_parked();
-        worker.now("attaches");
-        const auto manager = make_manager();
-        if (const unsigned int answer = manager->Initialize(); !is_success(answer)) {
-            worker.refused(answer);
-            continue;
+void count_from_log(Storm_board& board) {
+    watch_lines([&board](const std::string& line) {
+        const auto contains = [&](const char* part) { return line.find(part) != line.npos; };
+        if (contains("clear list of devices")) {
+            board.ids_unsure = is_holder_robbed(board);
+            ++board.clears;
+        } else if (contains("sem_rw was held for too long")) {
+            board.ids_unsure = is_holder_robbed(board) || board.ids_unsure;
+            ++board.freed_rw;
+        } else if (contains("sem_update was held by a dead process")) {
+            ++board.freed_update;
         }
-        worker.accepted();
-        worker.attached(manager->m_hMem);
-        for (int left = worker.roll(6); left > 0 && worker.go_on(); --left) {
-            use_registry(worker, *manager);
-            worker.check(manager->m_hMem);
-            worker.stay_parked();
-        }
-        worker.detaching();
-        worker.now("detaches");
-        manager->close_shm();
-        worker.nap(3000);
-    }
-    return 0;
+    });
 }
 
-int work_with_cameras(Storm_board& board, Worker_slot& self, unsigned int seed) {
+void work(Storm_board& board, Worker_slot& self, unsigned int seed, bool with_cameras) {
+    count_from_log(board);
     Worker worker(board, self, seed);
-    while (worker.go_on()) {
+    while (!board.quit) {
         worker.stay_parked();
-        CNuv_device_manager manager;
-        manager.set_general_bits(NUV_BIT_LOG_DEVICE_MANAGER | NUV_BIT_LOG_INTERFACE |
-                                 NUV_BIT_LOG_SHM_MANAGER | NUV_BIT_LOG_SEM_ACCESS);
-        worker.now("starts a device manager");
-        if (const unsigned int answer = manager.Initialize(); answer != NUV_NOERROR) {
-            worker.refused(answer);
-            continue;
-        }
-        worker.accepted();
-        worker.attached(manager.shm_mgr->m_hMem);
-        ++board.managers;
-        for (int left = worker.roll(20); left > 0 && worker.go_on(); --left) {
-            use_cameras(worker, manager);
-            worker.check(manager.shm_mgr->m_hMem);
-            worker.stay_parked();
-        }
-        worker.detaching();
-        worker.now("ends a device manager");
+        with_cameras ? worker.live_with_cameras() : worker.live_with_registry();
     }
-    return 0;
 }
 
 }  // namespace robustness

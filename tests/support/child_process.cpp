@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <map>
 #include <system_error>
@@ -30,6 +31,15 @@ std::map<std::string, Role>& roles() {
 
 [[noreturn]] void fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
+}
+
+std::vector<char*> ending_with_null(std::vector<std::string>& words) {
+    std::vector<char*> pointers;
+    for (std::string& word : words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
 }  // namespace
@@ -60,34 +70,95 @@ std::vector<std::string> startable(std::vector<std::string> command) {
     return command;
 }
 
-Child::Child(const std::vector<std::string>& command) {
-    const std::vector<std::string> words = startable(command);
-    std::vector<char*> arguments;
-    for (const std::string& word : words) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-
-    int to_child[2];
-    int from_child[2];
-    if (pipe2(to_child, O_CLOEXEC) != 0 || pipe2(from_child, O_CLOEXEC) != 0) {
-        fail("pipe2");
-    }
-    process_id = fork();
-    if (process_id < 0) {
+Process::Process(const std::function<void()>& body) {
+    const pid_t parent = getpid();
+    now.pid = fork();
+    if (now.pid < 0) {
         fail("fork");
     }
-    if (process_id == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(to_child[0], STDIN_FILENO);
-        dup2(from_child[1], STDOUT_FILENO);
-        execv(arguments[0], arguments.data());
-        _exit(127);
+    if (now.pid > 0) {
+        return;
     }
-    close(to_child[0]);
-    close(from_child[1]);
-    input = to_child[1];
-    output = from_child[0];
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {
+        _exit(126);
+    }
+    try {
+        body();
+        _exit(0);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+    }
+    _exit(99);
+}
+
+Process& Process::operator=(Process&& other) noexcept {
+    std::swap(now, other.now);
+    return *this;
+}
+
+Process::~Process() {
+    if (now.pid > 0) {
+        kill_and_wait();
+    }
+}
+
+void Process::look(int options) {
+    int status = 0;
+    if (!now.ended && waitpid(now.pid, &status, options) == now.pid) {
+        now.stopped = WIFSTOPPED(status);
+        now.ended = WIFEXITED(status) || WIFSIGNALED(status);
+        now.result = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+    }
+}
+
+bool Process::is_stopped() {
+    look(WNOHANG | WUNTRACED | WCONTINUED);
+    return now.stopped;
+}
+
+bool Process::has_ended() {
+    look(WNOHANG | WUNTRACED | WCONTINUED);
+    return now.ended;
+}
+
+int Process::wait() {
+    while (!now.ended) {
+        look(0);
+    }
+    return now.result;
+}
+
+void Process::signal(int number) const {
+    if (!now.ended) {
+        kill(now.pid, number);
+    }
+}
+
+int Process::kill_and_wait(int number) {
+    signal(number);
+    return wait();
+}
+
+Child::Pipe::Pipe() {
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        fail("pipe2");
+    }
+}
+
+Child::Child(const std::vector<std::string>& command) : Child(startable(command), {}, {}) {}
+
+Child::Child(std::vector<std::string> words, const Pipe& to_child, const Pipe& from_child)
+    : Process([&, arguments = ending_with_null(words)] {
+          dup2(to_child.ends[0], STDIN_FILENO);
+          dup2(from_child.ends[1], STDOUT_FILENO);
+          execv(arguments[0], arguments.data());
+          _exit(127);
+      }),
+      input(to_child.ends[1]),
+      output(from_child.ends[0]) {
+    close(to_child.ends[0]);
+    close(from_child.ends[1]);
 }
 
 Child Child::in_role(const std::string& role, const std::vector<std::string>& arguments) {
@@ -97,14 +168,14 @@ Child Child::in_role(const std::string& role, const std::vector<std::string>& ar
 }
 
 Child::Child(Child&& other) noexcept
-    : process_id(std::exchange(other.process_id, -1)),
+    : Process(std::move(other)),
       input(std::exchange(other.input, -1)),
       output(std::exchange(other.output, -1)),
       unread(std::move(other.unread)) {}
 
 Child::~Child() {
-    if (process_id > 0) {
-        kill_and_wait();
+    if (pid() > 0) {
+        kill_and_wait();  // before its output is gone
     }
     close_input();
     if (output >= 0) {
@@ -141,26 +212,6 @@ std::optional<std::string> Child::read_line(std::chrono::milliseconds silence) {
     std::string line = unread.substr(0, end);
     unread.erase(0, end + 1);
     return line;
-}
-
-void Child::signal(int number) const {
-    kill(process_id, number);
-}
-
-int Child::wait() {
-    int status = 0;
-    while (waitpid(process_id, &status, 0) < 0) {
-        if (errno != EINTR) {
-            fail("waitpid");
-        }
-    }
-    process_id = -1;
-    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
-}
-
-int Child::kill_and_wait(int number) {
-    signal(number);
-    return wait();
 }
 
 }  // namespace nuv_test

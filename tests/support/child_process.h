@@ -1,15 +1,46 @@
-// Real processes for tests: the test program started again in a role, or any other program.
+// Real processes for tests: forked, the test program started again in a role, or any other program.
 #pragma once
 
 #include <sys/types.h>
 
 #include <chrono>
 #include <csignal>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace nuv_test {
+
+/// A forked process. It is killed when this object goes, and when the thread that started it ends.
+class Process {
+public:
+    /// What the body throws goes to standard error; the process then ends with 99.
+    /// \throws std::system_error when there is no room for another process
+    explicit Process(const std::function<void()>& body);
+    Process(Process&& other) noexcept { *this = std::move(other); }
+    Process& operator=(Process&& other) noexcept;
+    ~Process();
+
+    pid_t pid() const { return now.pid; }
+    void signal(int number) const;
+    bool is_stopped();
+    bool has_ended();
+    /// Waits for its end. \return the exit status, or minus the signal that ended it
+    int wait();
+    int kill_and_wait(int number = SIGKILL);
+
+private:
+    struct State {
+        pid_t pid = -1;
+        bool stopped = false;
+        bool ended = false;
+        int result = 0;
+    };
+    void look(int options);
+
+    State now;
+};
 
 /// What the test program does when it is started in a role: its standard input and output are pipes
 /// to the test, its result is the exit status.
@@ -24,33 +55,29 @@ struct Register_role {
 /// NUV_TEST_EMULATOR names.
 std::vector<std::string> startable(std::vector<std::string> command);
 
-/// A child in the test's private world, with pipes to its input and output. It is killed when this
-/// object goes, and when the thread that started it ends.
-class Child {
+/// A program in the test's private world, with pipes to its input and output.
+class Child : public Process {
 public:
-    /// \throws std::system_error when the program cannot be started
     explicit Child(const std::vector<std::string>& command);
     static Child in_role(const std::string& role, const std::vector<std::string>& arguments = {});
     Child(Child&& other) noexcept;
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
     ~Child();
 
-    pid_t pid() const { return process_id; }
     void send_line(const std::string& line) const;
     void close_input();
     /// The next line of its output. Nothing when it ends first or says nothing for so long.
     std::optional<std::string> read_line(
         std::chrono::milliseconds silence = std::chrono::seconds(30));
-    void signal(int number) const;
-    /// Waits for its end. \return the exit status, or minus the signal that ended it
-    int wait();
-    int kill_and_wait(int number = SIGKILL);
 
 private:
-    pid_t process_id = -1;
-    int input = -1;
-    int output = -1;
+    struct Pipe {
+        Pipe();
+        int ends[2];
+    };
+    Child(std::vector<std::string> words, const Pipe& to_child, const Pipe& from_child);
+
+    int input;
+    int output;
     std::string unread;
 };
 

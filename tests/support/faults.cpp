@@ -1,7 +1,6 @@
 // Compiled without sanitizers: the first of these calls come before their run time is set up.
 #include "support/faults.h"
 
-#include <dlfcn.h>
 #include <grp.h>
 #include <pthread.h>
 #include <semaphore.h>
@@ -27,11 +26,10 @@ struct Call_state {
     std::atomic<int> fails_at{NEVER};
     std::atomic<int> error{0};
     std::atomic<void (*)(int)> hook{nullptr};
-    std::atomic<void*> next{nullptr};
 };
 
 thread_local bool next_new_fails = false;
-
+std::atomic<void (*)()> every_call{nullptr};
 Call_state states[static_cast<int>(Call::COUNT)];
 
 Call_state& state_of(Call call) {
@@ -40,6 +38,9 @@ Call_state& state_of(Call call) {
 
 /// Counts the call. Sets errno when it is to fail.
 bool fails(Call call) {
+    if (void (*hook)() = every_call) {
+        hook();
+    }
     Call_state& state = state_of(call);
     const int number = ++state.count;
     if (void (*hook)(int) = state.hook) {
@@ -53,16 +54,11 @@ bool fails(Call call) {
     return true;
 }
 
-template <typename Function>
-Function* next(Call call, const char* name) {
-    Call_state& state = state_of(call);
-    if (state.next == nullptr) {
-        state.next = dlsym(RTLD_NEXT, name);
-    }
-    return reinterpret_cast<Function*>(state.next.load());
-}
-
 }  // namespace
+
+void before_every_call(void (*hook)()) {
+    every_call = hook;
+}
 
 void fail_next_new() {
     next_new_fails = true;
@@ -103,13 +99,13 @@ void Faults::before(Call call, void (*hook)(int)) {
 
 using nuv_test::Call;
 using nuv_test::fails;
-using nuv_test::next;
+using nuv_test::hidden;
 
 // A call, its parameters and arguments, and what it answers when it fails; errno is set then.
-#define FORWARD(result, name, parameters, arguments, failure)                            \
-    extern "C" result name parameters {                                                  \
-        return fails(Call::name) ? (failure)                                             \
-                                 : next<result parameters>(Call::name, #name) arguments; \
+#define FORWARD(result, name, parameters, arguments, failure)          \
+    extern "C" result name parameters {                                \
+        static auto* const forward = hidden<result parameters>(#name); \
+        return fails(Call::name) ? (failure) : forward arguments;      \
     }
 
 FORWARD(int, shm_open, (const char* name, int flags, mode_t mode), (name, flags, mode), -1)
@@ -133,9 +129,8 @@ extern "C" int fcntl(int fd, int command, ...) {
     va_start(arguments, command);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    return fails(Call::fcntl)
-               ? -1
-               : next<int(int, int, ...)>(Call::fcntl, "fcntl")(fd, command, argument);
+    static auto* const forward = hidden<int(int, int, ...)>("fcntl");
+    return fails(Call::fcntl) ? -1 : forward(fd, command, argument);
 }
 
 // Called while libraries are still being set up, when a search for the next one may not work yet.

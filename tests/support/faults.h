@@ -4,6 +4,8 @@
 // that is loaded; what is not to fail goes on to the system. The library is built as it is shipped.
 #pragma once
 
+#include <dlfcn.h>
+
 namespace nuv_test {
 
 enum class Call {
@@ -22,6 +24,15 @@ enum class Call {
     pthread_create,
     COUNT
 };
+
+/// The definition that one of the test program hides.
+template <typename Function>
+Function* hidden(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+/// Run before each call of any of these, for as long as the process lives; set once.
+void before_every_call(void (*hook)());
 
 /// The calling thread's next `new`, in whatever library, throws std::bad_alloc.
 void fail_next_new();

@@ -1,16 +1,11 @@
-// What the workers of a storm tell each other, and how they find out that a promise is broken.
+// What the workers of a storm tell each other and the driver, and what they do.
 #pragma once
 
-#include "process.h"
+#include "processes.h"
 
-#include <nuv/shm_manager.h>
-
-#include <atomic>
-#include <string>
+#include <array>
 
 namespace robustness {
-
-constexpr int most_workers = 16;
 
 /// One worker, written by it alone but for `doomed` and `stopped`, which the driver sets before it
 /// sends the signal.
@@ -27,7 +22,7 @@ struct Worker_slot {
 };
 
 struct Storm_board {
-    Worker_slot workers[most_workers];
+    std::array<Worker_slot, 12> workers;
     std::atomic<bool> park{false};
     std::atomic<bool> quit{false};
     std::atomic<bool> holder_wanted{false};  ///< the next one to change the list takes its time
@@ -53,12 +48,8 @@ struct Storm_board {
 /// Listens to the library's log: clears and recoveries are said before they are done.
 void count_from_log(Storm_board& board);
 
-/// To be called while attached. Throws when the region has no name, or when another living worker
-/// is attached to another one at the same time.
-void check_region(const Storm_board& board, const Worker_slot& self, int fd);
-
-/// Takes an id under `sem_rw`, and throws when it was handed out before since the region
-/// was created or cleared.
-void take_id(Storm_board& board, Worker_slot& self, CNuv_shm_manager& manager);
+/// Until it is told to quit, or dies, a worker has a manager of the registry alone again and again,
+/// or a whole device manager with its back-ends and threads. Throws at the first broken promise.
+void work(Storm_board& board, Worker_slot& self, unsigned int seed, bool with_cameras);
 
 }  // namespace robustness

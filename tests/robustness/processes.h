@@ -1,0 +1,68 @@
+// What the processes of a run share: memory, time limits, lanes, and how they say what went wrong.
+#pragma once
+
+#include "support/child_process.h"
+
+#include <sys/mman.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <new>
+#include <thread>
+
+namespace robustness {
+
+using namespace std::chrono_literals;
+using nuv_test::Process;
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+/// A promise was broken: an exception, which ends the process, and with it the run.
+[[noreturn]] void fail(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+struct Unmap {
+    template <class Value>
+    void operator()(Value* value) const {
+        munmap(value, sizeof(Value));
+    }
+};
+
+/// Memory that is shared with all processes that are forked later.
+template <class Value>
+struct Shared : std::unique_ptr<Value, Unmap> {
+    Shared()
+        : std::unique_ptr<Value, Unmap>(new (mmap(nullptr, sizeof(Value), PROT_READ | PROT_WRITE,
+                                                  MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Value) {}
+};
+
+/// Waits for what another process or thread will do. Time during which the whole machine stood
+/// still does not count: so it looks often enough as well before it gives up.
+/// \return false when it did not come about in time
+template <class Condition>
+bool wait_for(milliseconds at_most, Condition holds) {
+    const auto deadline = Clock::now() + at_most;
+    const auto enough_looks = at_most.count() / 4;
+    for (long looks = 0; !holds(); ++looks) {
+        if (Clock::now() >= deadline && looks >= enough_looks) {
+            return false;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+long milliseconds_since(Clock::time_point start);
+/// Raises a shared maximum to the time since then.
+void keep_slowest(std::atomic<long>& slowest, Clock::time_point start);
+
+/// From now on a signal is handled ten times a second, which cuts system calls short.
+void interrupt_often();
+
+/// Runs `run(0)` to `run(count - 1)`, spread over that many lanes: forked processes, each with a
+/// /dev/shm of its own, in which one case runs after the other, each without a region at first.
+/// \return whether none of them failed; the others end with the first that does
+bool run_in_lanes(int lanes, int count, const std::function<void(int number)>& run);
+
+}  // namespace robustness
