@@ -1,7 +1,5 @@
 #include "manager_world.h"
 
-#include <nuv/iftype.h>
-
 #include <nuvkit/config_keys.h>
 #include <nuvkit/ini.h>
 

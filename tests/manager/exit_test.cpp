@@ -3,7 +3,6 @@
 #include "support/private_world.h"
 
 #include <nuv/device_manager.h>
-#include <nuv/iftype.h>
 #include <nuv/result.h>
 
 #include <gtest/gtest.h>
@@ -25,20 +24,13 @@ extern "C" int __lsan_is_turned_off() {
 
 namespace {
 
-NUV_Device camera() {
-    NUV_Device found{};
-    nuv_dev_manager->shm_mgr->get_nuvdevice_from_serialnumber(7, found);
-    return found;
-}
-
 /// Forks children that end as processes do, while its own threads scan and write their log, and
 /// then ends so itself, with an open camera.
 int fork_and_exit(const std::vector<std::string>& /*arguments*/) {
     nuv_dev_manager = std::make_unique<CNuv_device_manager>();
     CNuv_grab* grab = nullptr;
     if (nuv_dev_manager->Initialize() != NUV_NOERROR ||
-        nuv_dev_manager->scan_interface(NUV_IFTYPE_USB3) != NUV_NOERROR ||
-        nuv_dev_manager->open_grab_device_from_id(camera().id, &grab) != NUV_NOERROR) {
+        nuv_dev_manager->open_grab_device_from_id(1, &grab) != NUV_NOERROR) {
         return 1;
     }
     nuv_dev_manager->stop_threads();
@@ -59,7 +51,7 @@ int fork_and_exit(const std::vector<std::string>& /*arguments*/) {
             return 2;
         }
     }
-    const bool still_open = (camera().status_bits & NUV_STATUS_GRAB_OPEN) != 0;
+    const bool still_open = (region.nuvdevice[0].status_bits & NUV_STATUS_GRAB_OPEN) != 0;
     return region.opencount == users && still_open ? 0 : 3;
 }
 const nuv_test::Register_role forks("fork_and_exit", fork_and_exit);

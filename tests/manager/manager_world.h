@@ -7,6 +7,7 @@
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
+#include <nuv/iftype.h>
 #include <nuv/result.h>
 
 #include <gtest/gtest.h>
@@ -37,7 +38,10 @@ void wait_until(Condition holds) {
 
 class Manager_test : public testing::Test {
 protected:
-    Manager_test() { reset_stand_ins(); }
+    ~Manager_test() override {
+        manager.reset();
+        forget_stand_ins();
+    }
     static void configure(const std::string& text) { nuv_test::write_ini("nuv_devicemgr", text); }
     /// Initialised, with its threads stopped and the record empty.
     void initialize_quietly(const std::string& text);
@@ -45,11 +49,12 @@ protected:
     unsigned int add_camera(unsigned short iftype, unsigned int serialnumber) const;
     /// Whether nobody holds `sem_update`.
     bool update_is_free() const;
-    int users() const { return +manager->shm_mgr->devlist_shm->opencount; }
+    NUV_Devlist_Shm& region() const { return *manager->shm_mgr->devlist_shm; }
 
     nuv_test::Log_record record;
     std::unique_ptr<CNuv_Log> log = nuv_test::make_log();
     std::unique_ptr<CNuv_device_manager> manager = std::make_unique<CNuv_device_manager>();
+    Stand_in& usb2 = stand_in(NUV_IFTYPE_USB2);
 };
 
 }  // namespace manager_test

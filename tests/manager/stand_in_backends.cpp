@@ -60,7 +60,7 @@ Stand_in& stand_in(unsigned short iftype) {
     return all[iftype];
 }
 
-void reset_stand_ins() {
+void forget_stand_ins() {
     all.clear();
 }
 

@@ -23,6 +23,6 @@ struct Stand_in {
 
 /// The six that stand in, by interface type.
 Stand_in& stand_in(unsigned short iftype);
-void reset_stand_ins();
+void forget_stand_ins();
 
 }  // namespace manager_test

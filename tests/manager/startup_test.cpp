@@ -1,8 +1,6 @@
 #include "manager_world.h"
 #include "support/faults.h"
 
-#include <nuv/iftype.h>
-
 #include <cerrno>
 
 namespace manager_test {
@@ -43,7 +41,7 @@ TEST_F(Startup, BackEndsGetTheTopByteAndLearnOfAStaleRegistry) {
     EXPECT_FALSE(manager->interface_list.at(NUV_IFTYPE_USB2)->difftime_out);
     manager->stop_threads();
 
-    manager->shm_mgr->devlist_shm->time_stamp -= 100;
+    region().time_stamp -= 100;
     configure(own_log);
     CNuv_device_manager late;
     late.set_general_bits(preset);
@@ -76,7 +74,7 @@ TEST_F(Startup, FailedAttachMayBeTriedAgain) {
     ASSERT_EQ(manager->Initialize(), NUV_NOERROR);
     EXPECT_EQ(manager->scantime, 1234U);
     EXPECT_EQ(manager->cdevlog, own);
-    EXPECT_EQ(users(), 1);
+    EXPECT_EQ(+region().opencount, 1);
 }
 
 TEST_F(Startup, ThrowingBackEndLeavesAManagerThatCanStartLater) {
@@ -88,9 +86,9 @@ TEST_F(Startup, ThrowingBackEndLeavesAManagerThatCanStartLater) {
     }
     usb3.in_step = nullptr;
     ASSERT_EQ(manager->Initialize(), NUV_NOERROR);
-    EXPECT_EQ(stand_in(NUV_IFTYPE_USB2).count(Step::destroy), 2);
+    EXPECT_EQ(usb2.count(Step::destroy), 2);
     EXPECT_EQ(manager->interface_list.size(), 6U);
-    EXPECT_EQ(users(), 7);
+    EXPECT_EQ(+region().opencount, 7);
 }
 
 }  // namespace

@@ -1,11 +1,8 @@
 #include "manager_world.h"
 #include "support/faults.h"
 
-#include <nuv/iftype.h>
-
 #include <cerrno>
 #include <climits>
-#include <random>
 
 namespace manager_test {
 namespace {
@@ -18,12 +15,11 @@ protected:
         manager->scantime = milliseconds;
         ASSERT_EQ(manager->start_scan_thread(), NUV_NOERROR);
     }
-    Stand_in& usb2 = stand_in(NUV_IFTYPE_USB2);
 };
 
 TEST_F(Threads, PassKeepsTheHeartbeatAndAsksEveryBackEndWhoseScanIsOn) {
     initialize_quietly(std::string(own_log) + "[INTERFACES]\nUSB3=0\nCLHS_SISO=0\nGIGE=0\n");
-    manager->shm_mgr->devlist_shm->time_stamp = 1;
+    region().time_stamp = 1;
     manager->interface_list[NUV_IFTYPE_GIGE] = nullptr;  // as `Close` leaves it
     stand_in(NUV_IFTYPE_CLHS_KAYA).in_step = throws;
     usb2.in_step = [this](Step) {
@@ -49,7 +45,7 @@ TEST_F(Threads, PassKeepsTheHeartbeatAndAsksEveryBackEndWhoseScanIsOn) {
     }
     EXPECT_EQ(stand_in(NUV_IFTYPE_ME4).count(Step::update), 0);
     EXPECT_TRUE(update_is_free());
-    EXPECT_GT(+manager->shm_mgr->devlist_shm->time_stamp, 1000000);
+    EXPECT_GT(+region().time_stamp, 1000000);
 }
 
 TEST_F(Threads, StopAndANewScanOptionWaitForARunningPass) {
@@ -76,20 +72,6 @@ TEST_F(Threads, StopAndANewScanOptionWaitForARunningPass) {
     EXPECT_EQ(manager->get_interface_options(NUV_IFTYPE_USB2), 0x12U);
 }
 
-// An hour's wait is ended at whatever moment the stop comes: a lost notification would be met by
-// the time limit of the test.
-TEST_F(Threads, StopEndsALongWaitAtAnyMoment) {
-    initialize_quietly(no_interface);
-    std::mt19937 random(1);  // the same moments each time
-    for (int round = 0; round < 60; ++round) {
-        scan_every(3600000);
-        ASSERT_EQ(manager->start_time_thread(), NUV_NOERROR);
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 400));
-        EXPECT_EQ(manager->stop_threads(), NUV_NOERROR);
-        EXPECT_FALSE(manager->thread_scan.joinable() || manager->thread_time.joinable());
-    }
-}
-
 TEST_F(Threads, AreStartedOnlyWhenTheyCanBe) {
     configure(std::string(own_log) + no_interface);
     EXPECT_EQ(manager->start_scan_thread(), NUV_ERROR_THREAD) << "not attached";
@@ -106,12 +88,12 @@ TEST_F(Threads, AreStartedOnlyWhenTheyCanBe) {
     EXPECT_EQ(manager->start_scan_thread(), NUV_NOERROR);
     manager->stop_threads();
 
-    manager->shm_mgr->devlist_shm->time_stamp = 1;
+    region().time_stamp = 1;
     EXPECT_EQ(manager->start_time_thread(), NUV_NOERROR);
     wait_until([this] { return record.contains("vor wait"); });
     manager->stop_threads();
     EXPECT_TRUE(record.contains("update_time_stamp done"));
-    EXPECT_GT(+manager->shm_mgr->devlist_shm->time_stamp, 1000000);
+    EXPECT_GT(+region().time_stamp, 1000000);
 }
 
 TEST_F(Threads, ScanOfOneInterfaceTakesNoLockAndIgnoresItsOptions) {
