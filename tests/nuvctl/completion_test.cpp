@@ -34,10 +34,7 @@ std::vector<std::string> offered(const std::string& words) {
 using Words = std::vector<std::string>;
 
 TEST(Completion, OffersVerbsOptionsAndCameras) {
-    NUV_Devlist_Shm registry = empty_registry();
-    registry.nuvdevice[0] = camera(17, 8, 1, "two words", "");
-    registry.nuvdevice[1] = camera(18, 5, 2, "", "");
-    publish(registry);
+    publish(registry_with({camera(17, 8, 1, "two words"), camera(18, 5, 2, "")}));
     EXPECT_EQ(offered("sho"), Words{"show"});
     EXPECT_EQ(offered("open ''"), (Words{"17", "18"}));
     EXPECT_EQ(offered("wait G"), Words{"GIGE"});

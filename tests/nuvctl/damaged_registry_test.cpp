@@ -34,8 +34,7 @@ TEST(DamagedRegistry, AbsentAnswersSeven) {
 }
 
 TEST(DamagedRegistry, StaleAnswersSevenAndIsStillListed) {
-    NUV_Devlist_Shm registry = empty_registry();
-    registry.nuvdevice[0] = camera(5, 8, 1, "left behind", "");
+    NUV_Devlist_Shm registry = registry_with({camera(5, 8, 1, "left behind")});
     registry.time_stamp -= 12;
     publish(registry);
     expect_state("stale", 7);
@@ -44,7 +43,7 @@ TEST(DamagedRegistry, StaleAnswersSevenAndIsStillListed) {
 }
 
 TEST(DamagedRegistry, HeartbeatInTheFutureIsStale) {
-    NUV_Devlist_Shm registry = empty_registry();
+    NUV_Devlist_Shm registry = registry_with({});
     registry.time_stamp += 3600;
     publish(registry);
     expect_state("stale", 7);
@@ -58,7 +57,7 @@ TEST(DamagedRegistry, WrongBytesAnswerOne) {
     expect_state("too_short", 1);
     publish(std::string(NUV_SHM_SIZE - 1, 'x'));
     expect_state("too_short", 1);
-    NUV_Devlist_Shm registry = empty_registry();
+    NUV_Devlist_Shm registry = registry_with({});
     registry.struct_version = 0x0100;
     publish(registry);
     expect_state("wrong_version", 1);
@@ -79,7 +78,7 @@ TEST(DamagedRegistry, WhatIsNoFileAnswersOneAndHangsNobody) {
 }
 
 TEST(DamagedRegistry, NoPermissionAnswersFive) {
-    publish(empty_registry());
+    publish(registry_with({}));
     ASSERT_EQ(chmod(registry_path().c_str(), 0), 0);
     const std::vector<std::string> as_ordinary_user = {
         "setpriv", "--bounding-set=-dac_override,-dac_read_search"};

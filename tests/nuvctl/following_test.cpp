@@ -15,15 +15,6 @@ namespace {
 
 using namespace nuv_test;
 
-NUV_Devlist_Shm registry_with(const std::vector<NUV_Device>& cameras) {
-    NUV_Devlist_Shm registry = empty_registry();
-    for (std::size_t i = 0; i < cameras.size(); ++i) {
-        registry.nuvdevice[i] = cameras[i];
-    }
-    registry.id_counter = 10;
-    return registry;
-}
-
 /// Replaces the published registry in one step, keeping its file.
 void change(const NUV_Devlist_Shm& registry) {
     std::FILE* const file = std::fopen(registry_path().c_str(), "r+b");
@@ -46,25 +37,24 @@ void expect_next(Child& tool, const std::string& part) {
 }
 
 TEST(Watch, EachEventIsALineAndANewRegistryIsFollowed) {
-    NUV_Device belt = camera(3, 8, 77, "belt", "");
+    NUV_Device belt = camera(3, 8, 77, "belt");
     publish(registry_with({belt}));
     Child watch = start({"watch"});
     expect_next(watch, "watching; cameras: 1");
-    const NUV_Device left = camera(4, 5, 78, "left\nline", "");
+    const NUV_Device left = camera(4, 5, 78, "left\nline");
     change(registry_with({belt, left}));
     expect_next(watch, R"(camera 4 appeared: GIGE, serial number 78, "left\x0aline")");
     belt.status_bits |= NUV_STATUS_GRAB_OPEN;
     nuvkit::set_holder(belt, {watch.pid(), 0});
     change(registry_with({belt, left}));
     expect_next(watch, "camera 3 opened: grabber, by " + std::to_string(watch.pid()) + " nuvctl");
-    belt = camera(3, 8, 77, "band", "");
+    belt = camera(3, 8, 77, "band");
     change(registry_with({belt, left}));
     expect_next(watch, "camera 3 renamed");
     expect_next(watch, "camera 3 closed");
     change(registry_with({belt}));
     expect_next(watch, "camera 4 gone");
-    NUV_Devlist_Shm cleared = empty_registry();
-    cleared.nuvdevice[0] = camera(1, 8, 77, "band", "");
+    NUV_Devlist_Shm cleared = registry_with({camera(1, 8, 77, "band")});
     cleared.id_counter = 2;
     change(cleared);
     expect_next(watch, "camera 3 gone");
@@ -95,7 +85,7 @@ TEST(Watch, JsonStartsWithASnapshotAlsoOfNoRegistry) {
     Child beside_no_file = start({"watch", "--json"});
     EXPECT_GT(nlohmann::json::parse(beside_no_file.read_line().value_or(""))["time"], 0);
     std::filesystem::remove(registry_path());
-    publish(registry_with({camera(3, 8, 77, "\xff", "")}));
+    publish(registry_with({camera(3, 8, 77, "\xff")}));
     EXPECT_EQ(next()["event"], "registry back");
     const nlohmann::json appeared = next();
     EXPECT_EQ(appeared["event"], "appeared");
@@ -107,7 +97,7 @@ TEST(Watch, JsonStartsWithASnapshotAlsoOfNoRegistry) {
 }
 
 TEST(Watch, ReaderThatLeavesEndsItQuietly) {
-    publish(empty_registry());
+    publish(registry_with({}));
     const std::string messages = registry_path() + ".messages";
     const std::string script =
         "exec 3>&1; { \"$0\" watch --json --interval 0.02 2>\"$1\"; echo $? >&3; } | head -n 1 >&2";
@@ -117,7 +107,7 @@ TEST(Watch, ReaderThatLeavesEndsItQuietly) {
 }
 
 TEST(Watch, LineThatCannotBeWrittenEndsItWithAMessage) {
-    publish(empty_registry());
+    publish(registry_with({}));
     const Outcome watch =
         run_tool({"watch", "--json"}, {"/bin/sh", "-c", "exec \"$@\" >/dev/full", "sh"});
     EXPECT_EQ(watch.code, 1);
@@ -131,7 +121,7 @@ TEST(Watch, TerminalIsRedrawnFittedToItsSizeAndGivenBack) {
     ASSERT_TRUE(terminal.shows("present")) << terminal.seen;
     EXPECT_EQ(terminal.seen.find(std::string(40, 'x')), std::string::npos);
     // Nothing but the resizing makes it look before ten minutes have passed.
-    change(registry_with({camera(4, 8, 78, "\x1b[2J", "")}));
+    change(registry_with({camera(4, 8, 78, "\x1b[2J")}));
     terminal.resize(30, 200);
     ASSERT_TRUE(terminal.shows("\x1b[H")) << terminal.seen;
     ASSERT_TRUE(terminal.shows("\\x1b[2J")) << terminal.seen;
@@ -144,13 +134,13 @@ TEST(Watch, TerminalIsRedrawnFittedToItsSizeAndGivenBack) {
 TEST(Wait, EndsWhenTheCameraIsThereOrGone) {
     Child wait = start({"wait", "sn:77", "--no-headings"});
     expect_next(wait, "there is no registry");
-    NUV_Device unplugged = camera(3, 8, 77, "belt", "");
+    NUV_Device unplugged = camera(3, 8, 77, "belt");
     unplugged.status_bits = 0;
-    publish(registry_with({unplugged, camera(4, 8, 78, "left", "")}));
+    publish(registry_with({unplugged, camera(4, 8, 78, "left")}));
     Child gone = start({"wait", "LEFT", "--gone"});
     Child interface = start({"wait", "usb3", "--gone"});
     EXPECT_EQ(gone.wait(), 0);  // names are told apart by case, interfaces are not
-    change(registry_with({camera(3, 8, 77, "belt", "")}));
+    change(registry_with({camera(3, 8, 77, "belt")}));
     expect_next(wait, "belt");
     EXPECT_EQ(wait.wait(), 0);
     std::filesystem::remove(registry_path());
@@ -164,12 +154,12 @@ TEST(Wait, TimeAndHopelessRegistriesEndIt) {
     publish("short");
     expect_next(wait, "has 5 bytes");
     EXPECT_EQ(wait.wait(), 1);
-    publish(registry_with({camera(3, 8, 77, "belt", "")}));
+    publish(registry_with({camera(3, 8, 77, "belt")}));
     const Outcome late = run_tool({"wait", "belt", "--gone", "--timeout", "0.05", "--json"});
     EXPECT_EQ(late.code, 6);
     EXPECT_EQ(late.json()["timed_out"], true);
     EXPECT_EQ(late.json()["cameras"].size(), 1u);
-    NUV_Devlist_Shm stale = registry_with({camera(3, 8, 77, "belt", "")});
+    NUV_Devlist_Shm stale = registry_with({camera(3, 8, 77, "belt")});
     stale.time_stamp -= 60;
     publish(stale);
     EXPECT_EQ(run_tool({"wait", "belt", "--timeout", "0"}).code, 6);
@@ -177,8 +167,8 @@ TEST(Wait, TimeAndHopelessRegistriesEndIt) {
 }
 
 TEST(Show, SelectsByIdSerialNumberNameAndInterface) {
-    publish(registry_with({camera(3, 8, 77, "belt", "usb-1"), camera(4, 8, 3, "USB3", ""),
-                           camera(77, 5, 78, "od\x07", "")}));
+    publish(registry_with(
+        {camera(3, 8, 77, "belt", "usb-1"), camera(4, 8, 3, "USB3"), camera(77, 5, 78, "od\x07")}));
     const auto id_for = [](const std::string& selector) {
         return run_tool({"show", selector, "--json"}).json()["cameras"][0]["id"].get<int>();
     };

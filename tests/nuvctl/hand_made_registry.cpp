@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -12,17 +13,25 @@
 
 namespace nuv_test {
 
-NUV_Devlist_Shm empty_registry() {
-    NUV_Devlist_Shm registry;
-    std::memset(&registry, 0, sizeof registry);
+NUV_Devlist_Shm registry_with(const std::vector<NUV_Device>& cameras) {
+    NUV_Devlist_Shm registry{};
     registry.struct_version = NUV_SHM_VERSION;
     registry.opencount = 1;
     registry.time_stamp = std::time(nullptr);
-    registry.id_counter = 1;
+    registry.id_counter = 10;
     sem_t free_semaphore;
     sem_init(&free_semaphore, 1, 1);
     registry.sem_rw = free_semaphore;
     registry.sem_update = free_semaphore;
+    std::copy(cameras.begin(), cameras.end(), registry.nuvdevice);
+    return registry;
+}
+
+NUV_Devlist_Shm registry_with_update_held(const std::vector<NUV_Device>& cameras) {
+    NUV_Devlist_Shm registry = registry_with(cameras);
+    sem_t held;
+    sem_init(&held, 1, 0);
+    registry.sem_update = held;
     return registry;
 }
 

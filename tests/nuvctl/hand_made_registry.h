@@ -6,13 +6,15 @@
 #include <nuvkit/holder.h>
 
 #include <string>
+#include <vector>
 
 namespace nuv_test {
 
-/// The bytes of a live registry without cameras.
-NUV_Devlist_Shm empty_registry();
+/// The bytes of a live registry.
+NUV_Devlist_Shm registry_with(const std::vector<NUV_Device>& cameras);
+NUV_Devlist_Shm registry_with_update_held(const std::vector<NUV_Device>& cameras = {});
 NUV_Device camera(unsigned int id, unsigned short iftype, unsigned int serialnumber,
-                  const std::string& name, const std::string& interface_name);
+                  const std::string& name, const std::string& interface_name = "");
 /// A process that once had this one's id.
 nuvkit::Holder dead_holder();
 

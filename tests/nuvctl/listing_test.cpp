@@ -13,7 +13,7 @@ namespace {
 using namespace nuv_test;
 
 NUV_Devlist_Shm registry_with_two_cameras() {
-    NUV_Devlist_Shm registry = empty_registry();
+    NUV_Devlist_Shm registry = registry_with({});
     NUV_Device open = camera(9, NUV_IFTYPE_USB3, 4000000000u, "left arm", "usb-1.2");
     open.status_bits |= NUV_STATUS_GRAB_OPEN | NUV_STATUS_COM_OPEN;
     open.extended_info = 0xFFFFFFFFFFFFFFFE;
@@ -21,7 +21,7 @@ NUV_Devlist_Shm registry_with_two_cameras() {
     open.backend_word_b = 12;
     nuvkit::set_holder(open, nuvkit::current_process());
     registry.nuvdevice[3] = open;
-    registry.nuvdevice[70] = camera(2, 99, 17, "belt", "");
+    registry.nuvdevice[70] = camera(2, 99, 17, "belt");
     return registry;
 }
 
@@ -77,15 +77,10 @@ TEST(List, HolderThatIsNoLongerThatProcessIsGone) {
 }
 
 TEST(List, OddNamesBreakNeitherTableNorJson) {
-    NUV_Devlist_Shm registry = empty_registry();
-    registry.nuvdevice[0] = camera(1, 8, 1, "a\x1b[2J\nb\x7f\t", "\xff\xc3");
-    registry.nuvdevice[1] = camera(2, 8, 2, std::string(64, 'x'), std::string(64, 'y'));
-    registry.nuvdevice[2] = camera(3, 8, 3,
-                                   "\xe2\x80\xae"
-                                   "rtl",
-                                   "\xe6\x9c\xaa");
-    publish(registry);
-
+    const std::string turned = "\xe2\x80\xae";
+    publish(registry_with({camera(1, 8, 1, "a\x1b[2J\nb\x7f\t", "\xff\xc3"),
+                           camera(2, 8, 2, std::string(64, 'x'), std::string(64, 'y')),
+                           camera(3, 8, 3, turned + "rtl", "\xe6\x9c\xaa")}));
     const Outcome table = run_tool({"list", "--no-headings"});
     ASSERT_EQ(table.lines.size(), 3u);
     EXPECT_NE(table.lines[0].find(R"(a\x1b[2J\x0ab\x7f\x09)"), std::string::npos);
@@ -103,9 +98,8 @@ TEST(List, OddNamesBreakNeitherTableNorJson) {
 }
 
 TEST(List, TerminalGetsColorsAndEightyColumns) {
-    NUV_Devlist_Shm registry = empty_registry();
-    registry.nuvdevice[0] = camera(1, 12, 4000000000u, std::string(64, 'x'), std::string(64, 'y'));
-    publish(registry);
+    publish(
+        registry_with({camera(1, 12, 4000000000u, std::string(64, 'x'), std::string(64, 'y'))}));
     // script COMMAND /dev/null: a pseudo-terminal of no known size, and no transcript.
     const Outcome terminal = run_tool({"/dev/null"}, {"script", "-qec"});
     ASSERT_EQ(terminal.lines.size(), 2u);
@@ -120,7 +114,7 @@ TEST(List, TerminalGetsColorsAndEightyColumns) {
 }
 
 TEST(List, EmptyRegistryIsSuccessAndSilent) {
-    publish(empty_registry());
+    publish(registry_with({}));
     const Outcome outcome = run_tool({"list"});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_TRUE(outcome.lines.empty());

@@ -121,14 +121,6 @@ TEST_F(Running, OpenNamesWhyACameraIsNotThere) {
     expect_orderly_end(manager, SIGTERM);
 }
 
-NUV_Devlist_Shm registry_with_update_held() {
-    NUV_Devlist_Shm registry = empty_registry();
-    sem_t held;
-    sem_init(&held, 1, 0);
-    registry.sem_update = held;
-    return registry;
-}
-
 TEST_F(Running, OpenCanBeInterruptedWhileALivingProcessHoldsTheUpdateLock) {
     publish(registry_with_update_held());
     Child holder = Child::in_role("attached to a hand-made registry");

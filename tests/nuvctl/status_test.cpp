@@ -10,18 +10,14 @@ namespace {
 using namespace nuv_test;
 
 NUV_Devlist_Shm busy_registry() {
-    NUV_Devlist_Shm registry = empty_registry();
+    NUV_Device unplugged = camera(41, 8, 2, "unplugged");
+    unplugged.status_bits = 0;
+    NUV_Devlist_Shm registry = registry_with_update_held({camera(40, 8, 1, "seen"), unplugged});
     registry.opencount = 7;
     registry.processid = getpid();
     registry.id_counter = 42;
     registry.if_opencount[0] = {8, 2};
     registry.if_opencount[5] = {200, 1};
-    registry.nuvdevice[0] = camera(40, 8, 1, "seen", "");
-    registry.nuvdevice[1] = camera(41, 8, 2, "unplugged", "");
-    registry.nuvdevice[1].status_bits = 0;
-    sem_t held;
-    sem_init(&held, 1, 0);
-    registry.sem_update = held;
     return registry;
 }
 
@@ -51,10 +47,7 @@ TEST(Status, JsonTellsWhatTheRegistryHolds) {
 
 TEST(Status, TextNamesHeldSemaphoresAndDisplayNames) {
     publish(busy_registry());
-    std::string text;
-    for (const std::string& line : run_tool({"status"}).lines) {
-        text += line + '\n';
-    }
+    const std::string text = run_tool({"status"}).text;
     for (const char* part :
          {"7 attached", "2  Interface USB3", "1  Interface type 200", "fresh",
           "sem_rw         free", "sem_update     held at every look", "1 used, 126 free"}) {

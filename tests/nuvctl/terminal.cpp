@@ -3,11 +3,9 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/ioctl.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
+#include <utmp.h>
 
-#include <csignal>
 #include <stdexcept>
 
 namespace nuv_test {
@@ -19,38 +17,32 @@ Terminal::Terminal(const std::vector<std::string>& command, unsigned short rows,
         words.push_back(const_cast<char*>(word.c_str()));
     }
     words.push_back(nullptr);
-    const winsize size{rows, columns, 0, 0};
-    process = forkpty(&master, nullptr, nullptr, &size);
-    if (process == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
+    int program_end = -1;
+    if (openpty(&master, &program_end, nullptr, nullptr, nullptr) != 0) {
+        throw std::runtime_error("openpty");
+    }
+    resize(rows, columns);
+    program.emplace([&] {
+        close(master);
+        login_tty(program_end);
         execv(words[0], words.data());
-        _exit(127);
-    }
-    if (process < 0) {
-        throw std::runtime_error("forkpty");
-    }
+    });
+    close(program_end);
 }
 
 Terminal::~Terminal() {
-    if (process > 0) {
-        kill(process, SIGKILL);
-        wait();
-    }
     close(master);
 }
 
 bool Terminal::read_more() {
     pollfd ready{master, POLLIN, 0};
     char part[4096];
-    if (poll(&ready, 1, 30000) <= 0) {
-        return false;
+    const bool spoke = poll(&ready, 1, 30000) > 0;
+    const ssize_t count = spoke ? read(master, part, sizeof part) : 0;
+    if (count > 0) {
+        seen.append(part, static_cast<std::size_t>(count));
     }
-    const ssize_t count = read(master, part, sizeof part);
-    if (count <= 0) {
-        return false;
-    }
-    seen.append(part, static_cast<std::size_t>(count));
-    return true;
+    return count > 0;
 }
 
 bool Terminal::shows(const std::string& text) {
@@ -77,10 +69,7 @@ void Terminal::type(const std::string& keys) const {
 int Terminal::wait() {
     while (read_more()) {
     }
-    int status = 0;
-    waitpid(process, &status, 0);
-    process = -1;
-    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+    return program->wait();
 }
 
 }  // namespace nuv_test

@@ -1,7 +1,7 @@
 // A program on a pseudo-terminal.
 #pragma once
 
-#include <sys/types.h>
+#include "support/child_process.h"
 
 #include <string>
 #include <vector>
@@ -29,8 +29,8 @@ public:
 private:
     bool read_more();
 
-    pid_t process = -1;
     int master = -1;
+    std::optional<Process> program;
 };
 
 }  // namespace nuv_test

@@ -8,14 +8,6 @@
 
 namespace nuv_test {
 
-nlohmann::json Outcome::json() const {
-    std::string text;
-    for (const std::string& line : lines) {
-        text += line + '\n';
-    }
-    return nlohmann::json::parse(text);
-}
-
 std::string tool_path() {
     return NUVCTL_PATH;
 }
@@ -34,6 +26,7 @@ Outcome run_tool(const std::vector<std::string>& arguments,
     Outcome outcome;
     while (const auto line = tool.read_line()) {
         outcome.lines.push_back(*line);
+        outcome.text += *line + '\n';
     }
     outcome.code = tool.wait();
     std::ostringstream text;

@@ -9,10 +9,11 @@ namespace nuv_test {
 
 struct Outcome {
     int code = -1;
+    std::string text;  ///< standard output
     std::vector<std::string> lines;
     std::string messages;  ///< standard error
 
-    nlohmann::json json() const;
+    nlohmann::json json() const { return nlohmann::json::parse(text); }
 };
 
 std::string tool_path();
