@@ -7,22 +7,18 @@
 namespace kit_test {
 namespace {
 
-int run_backend(const std::vector<std::string>& requests) {
+/// Opens both devices of each camera, and leaves when its input is closed.
+int run_backend(const std::vector<std::string>& serialnumbers) {
     CNuv_interface_usb3 backend(nullptr, 0);
-    if (backend.initialize() != 0) {
-        return 1;
-    }
-    std::cout << std::hex;
-    for (const std::string& request : requests) {
+    unsigned int code = backend.initialize();
+    for (const std::string& text : serialnumbers) {
+        const auto serialnumber = static_cast<unsigned int>(std::stoul(text));
         CNuv_grab* grab = nullptr;
         CNuv_com* com = nullptr;
-        const auto number =
-            static_cast<unsigned int>(std::stoul(request.substr(request.find(' '))));
-        std::cout << (request[0] == 'g' ? backend.open_grab_device(number, &grab)
-                                        : backend.open_com_device(number, &com))
-                  << std::endl;
+        code |= backend.open_grab_device(serialnumber, &grab) |
+                backend.open_com_device(serialnumber, &com);
     }
-    std::cout << "ready" << std::endl;
+    std::cout << code << std::endl;
     std::cin.get();
     return 0;
 }
@@ -30,12 +26,9 @@ const nuv_test::Register_role role("backend", run_backend);
 
 }  // namespace
 
-nuv_test::Child other_process(const std::vector<std::string>& requests) {
-    nuv_test::Child child = nuv_test::Child::in_role("backend", requests);
-    for (std::size_t i = 0; i < requests.size(); ++i) {
-        EXPECT_EQ(child.read_line(), "0");
-    }
-    EXPECT_EQ(child.read_line(), "ready");
+nuv_test::Child other_process(const std::vector<std::string>& serialnumbers) {
+    nuv_test::Child child = nuv_test::Child::in_role("backend", serialnumbers);
+    EXPECT_EQ(child.read_line(), "0");
     return child;
 }
 

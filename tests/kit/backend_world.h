@@ -45,8 +45,8 @@ protected:
     CNuv_shm_manager observer;
 };
 
-/// Another process with a back-end, which opens cameras: "grab SERIAL" or "com SERIAL". It answers
-/// each with a line, the code, and leaves when its input is closed.
-nuv_test::Child other_process(const std::vector<std::string>& requests = {});
+/// Another process with a back-end, which has both devices of these cameras open until its input is
+/// closed.
+nuv_test::Child other_process(const std::vector<std::string>& serialnumbers = {});
 
 }  // namespace kit_test

@@ -1,11 +1,11 @@
+#include "support/child_process.h"
+
 #include <nuvkit/holder.h>
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <csignal>
 
 namespace {
 
@@ -26,18 +26,14 @@ TEST(Holder, LivesAsLongAsThatVeryProcess) {
     EXPECT_FALSE(is_alive({-1, 0}));
     EXPECT_TRUE(is_alive({1, 0})) << "another user's, its start not known";
 
-    const pid_t child = fork();
-    if (child == 0) {
-        pause();
-        _exit(0);
-    }
-    EXPECT_TRUE(is_alive({child, 0}));
-    kill(child, SIGKILL);
+    nuv_test::Process child([] { pause(); });
+    EXPECT_TRUE(is_alive({child.pid(), 0}));
+    child.signal(SIGKILL);
     siginfo_t info{};
-    waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT);
-    EXPECT_FALSE(is_alive({child, 0})) << "not waited for";
-    waitpid(child, nullptr, 0);
-    EXPECT_FALSE(is_alive({child, 0})) << "gone";
+    waitid(P_PID, static_cast<id_t>(child.pid()), &info, WEXITED | WNOWAIT);
+    EXPECT_FALSE(is_alive({child.pid(), 0})) << "not waited for";
+    child.wait();
+    EXPECT_FALSE(is_alive({child.pid(), 0})) << "gone";
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "support/child_process.h"
 #include "support/private_world.h"
 
 #include <nuv/bits.h>
@@ -5,7 +6,6 @@
 #include <nuvkit/log.h>
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -18,6 +18,8 @@
 #include <thread>
 
 namespace {
+
+using Lines = std::vector<std::string>;
 
 constexpr int from_manager = static_cast<int>(NUV_BIT_LOG_DEVICE_MANAGER);
 constexpr int from_usb3 = static_cast<int>(NUV_BIT_LOG_INTERFACE | 8U << 16);
@@ -33,20 +35,16 @@ CNuv_Log::Settings all_to(const std::string& name) {
     return settings;
 }
 
-std::vector<std::string> lines_of(const std::string& path) {
-    std::ifstream file(path);
-    std::vector<std::string> lines;
+/// The lines of a file behind their date, time, process and thread.
+Lines lines_of(const std::string& name) {
+    std::ifstream file(path_of(name));
+    Lines lines;
     for (std::string line; std::getline(file, line);) {
-        lines.push_back(line);
+        int stamp = 0;
+        std::sscanf(line.c_str(), "%*4d-%*2d-%*2d %*2d:%*2d:%*2d.%*3d %*d:%*d%n", &stamp);
+        lines.push_back(stamp != 0 ? line.substr(static_cast<std::size_t>(stamp)) : "no " + line);
     }
     return lines;
-}
-
-// Behind the stamp: date, time, process:thread, level, source.
-std::string text_of(const std::string& line) {
-    int stamp = 0;
-    std::sscanf(line.c_str(), "%*4d-%*2d-%*2d %*2d:%*2d:%*2d.%*3d %*d:%*d 0x%*x %*s%n", &stamp);
-    return stamp != 0 ? line.substr(static_cast<std::size_t>(stamp) + 1) : "no stamp: " + line;
 }
 
 NUV_PRINTF_FORMAT(2, 3) void write_list(CNuv_Log& log, const char* format, ...) {
@@ -64,19 +62,15 @@ TEST(Log, LinesAreSelectedByLevelBitsAndSourceWord) {
     CNuv_Log log(settings);
     EXPECT_EQ(log.get_logbits(), NUV_LOG_ERROR | NUV_LOG_THREAD);
     log.writelog(NUV_LOG_ERROR, from_usb3, "kept");
-    log.writelog(NUV_LOG_TRACE | NUV_LOG_THREAD, 0, "kept: one bit is enough, no class known");
+    log.writelog(NUV_LOG_TRACE | NUV_LOG_THREAD, 0, "also kept");  // one bit, no class
     log.writelog(NUV_LOG_TRACE, from_usb3, "other level");
     log.writelog(NUV_LOG_ERROR, from_manager, "other class");
     log.writelog(NUV_LOG_ERROR, static_cast<int>(NUV_BIT_LOG_INTERFACE | 5U << 16), "other type");
     log.writelog(NUV_LOG_ERROR, from_usb3, nullptr);
     log.set_lib_vers("whatever%s", "1,2", nullptr);
 
-    const auto lines = lines_of(path_of("a.log"));
-    ASSERT_EQ(lines.size(), 3U);
-    EXPECT_EQ(text_of(lines[0]), "kept");
-    EXPECT_NE(lines[0].find(" 0x1 interface-8 kept"), std::string::npos) << lines[0];
-    EXPECT_EQ(text_of(lines[1]).substr(0, 4), "kept");
-    EXPECT_EQ(text_of(lines[2]), "log of whatever%s 1,2 ");
+    EXPECT_EQ(lines_of("a.log"), (Lines{" 0x1 interface-8 kept", " 0xa 0x00000000 also kept",
+                                        " 0x2 manager log of whatever%s 1,2 "}));
 }
 
 TEST(Log, TextIsNeverTakenForAFormatOrForMoreThanOneLine) {
@@ -86,14 +80,15 @@ TEST(Log, TextIsNeverTakenForAFormatOrForMoreThanOneLine) {
     write_list(log, "%s", "a\n2026-01-01 00:00:00.000 1:1 0x1 manager forged\r\t\x1b[31m\x7f");
     write_list(log, "%s", std::string(2000, 'x').c_str());
     write_list(log, "%s", std::string(2000, '\1').c_str());
-    const auto lines = lines_of(path_of("a.log"));
+    const std::string head = " 0x2 manager ";
+    const auto lines = lines_of("a.log");
     ASSERT_EQ(lines.size(), 5U);
-    EXPECT_EQ(text_of(lines[0]), "100% {} {0:>9999}");
-    EXPECT_EQ(text_of(lines[1]), "%s%n is 7%");
-    EXPECT_EQ(text_of(lines[2]),
-              R"(a\n2026-01-01 00:00:00.000 1:1 0x1 manager forged\r\t\x1b[31m\x7f)");
-    EXPECT_EQ(text_of(lines[3]), std::string(1023, 'x'));
-    EXPECT_EQ(text_of(lines[4]).size(), 4 * 1023U);
+    EXPECT_EQ(lines[0], head + "100% {} {0:>9999}");
+    EXPECT_EQ(lines[1], head + "%s%n is 7%");
+    EXPECT_EQ(lines[2],
+              head + R"(a\n2026-01-01 00:00:00.000 1:1 0x1 manager forged\r\t\x1b[31m\x7f)");
+    EXPECT_EQ(lines[3], head + std::string(1023, 'x'));
+    EXPECT_EQ(lines[4].size(), head.size() + 4 * 1023U);
 }
 
 TEST(Log, FullFileIsRenamedAndOnlySoManyAreKept) {
@@ -104,24 +99,21 @@ TEST(Log, FullFileIsRenamedAndOnlySoManyAreKept) {
     for (int i = 0; i < 50; ++i) {
         log.writelog(NUV_LOG_TRACE, from_manager, "line %d", i);
     }
-    EXPECT_EQ(text_of(lines_of(path_of("a.log")).back()), "line 49");
+    EXPECT_EQ(lines_of("a.log").back(), " 0x2 manager line 49");
     EXPECT_TRUE(std::filesystem::exists(path_of("a.2.log")));
     EXPECT_FALSE(std::filesystem::exists(path_of("a.3.log")));
     EXPECT_LE(std::filesystem::file_size(path_of("a.1.log")), 500U);
 }
 
 TEST(Log, KilledProcessLeavesItsLinesInAFileOfItsOwn) {
-    const pid_t child = fork();
-    if (child == 0) {
+    nuv_test::Process child([] {
         CNuv_Log log(all_to("new folder/100%%.%p.%d.log"));
-        log.writelog(NUV_LOG_TRACE, from_manager, "from %d", getpid());
-        kill(getpid(), SIGKILL);
-    }
-    const std::string id = std::to_string(child);
-    waitpid(child, nullptr, 0);
-    const auto lines = lines_of(path_of("new folder/100%." + id + ".%d.log"));
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(text_of(lines[0]), "from " + id);
+        log.writelog(NUV_LOG_TRACE, from_manager, "last words");
+        raise(SIGKILL);
+    });
+    child.wait();
+    EXPECT_EQ(lines_of("new folder/100%." + std::to_string(child.pid()) + ".%d.log"),
+              Lines{" 0x2 manager last words"});
 }
 
 TEST(Log, LinesOfManyThreadsStayWholeAndAForkedChildCanWrite) {
@@ -138,26 +130,23 @@ TEST(Log, LinesOfManyThreadsStayWholeAndAForkedChildCanWrite) {
             }
         });
     }
-    int status = 0;
-    for (int i = 0; i < 50 && status == 0; ++i) {
-        const pid_t child = fork();
-        if (child == 0) {
+    int result = 0;
+    for (int i = 0; i < 50 && result == 0; ++i) {
+        nuv_test::Process child([&log] {
             alarm(20);  // a deadlock ends as a death by signal
             log.writelog(NUV_LOG_TRACE, from_manager, "%s", std::string(200, 'd').c_str());
-            _exit(0);
-        }
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
+        });
+        result = child.wait();
+        EXPECT_EQ(result, 0);
     }
     stop = true;
     for (std::thread& one : writers) {
         one.join();
     }
-    const auto lines = lines_of(path_of("a.log"));
+    const auto lines = lines_of("a.log");
     EXPECT_GE(lines.size(), 50U);
     for (const std::string& line : lines) {
-        const std::string text = text_of(line);
-        ASSERT_EQ(text, std::string(200, text[0]));
+        ASSERT_EQ(line, " 0x2 manager " + std::string(200, line.back()));
     }
 }
 

@@ -89,10 +89,7 @@ TEST_F(Configuration, SwitchValuesAreOnOrOff) {
 }
 
 TEST_F(Configuration, TextsAndNumbersOfAnyShapeAreRead) {
-    const struct {
-        const char* text;
-        const char* expected;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"[OPTIONS]\nGeneral_Bits=0x1FFFFFFFE", "bits=4294967294 "},
         {"[OPTIONS]\nGeneral_Bits=017 rest", "bits=15 "},
         {"[OPTIONS]\nGeneral_Bits=0x80000001\nScan=1", "bits=2147483648 "},
@@ -109,8 +106,8 @@ TEST_F(Configuration, TextsAndNumbersOfAnyShapeAreRead) {
         {"[INTERFACES\nUSB=0\n=\n]\n\xFF\xFE", ""},
         {"", ""},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(changes(row.text), row.expected) << row.text;
+    for (const auto& [text, expected] : rows) {
+        EXPECT_EQ(changes(text), expected) << text;
     }
     const std::string with_zero("[INTERFACES]\nUSB3=0\n\0\nUSB=0\n", 28);
     EXPECT_EQ(changes(with_zero), "8=1 ");

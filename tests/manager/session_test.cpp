@@ -39,7 +39,7 @@ TEST_F(Session, EachStepIsToldInOrder) {
                             {"(t_id|Load ini file) \\S+", "$1 #"},
                             {"2,1,0,38, .*", "2,1,0,38, #"},
                             {": $", ": (nothing)"}}),
-              nuv_test::text_of_file(SESSION_LOG));
+              nuv_test::text_of_file(DOCUMENTED_LINES "/session.log"));
 }
 
 TEST_F(Session, EachLineGoesToOneLog) {

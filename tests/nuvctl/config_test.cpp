@@ -45,13 +45,9 @@ TEST(Config, EachKeyHasItsValueAndPlace) {
 }
 
 TEST(Config, CheckSaysWhatTheFileDoesNotMean) {
-    const struct {
-        const char* text;
-        const char* remark;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"[INTERFACES]\nUSB=0 ; enable later\n",
-         ":2: [INTERFACES] USB = \"0 ; enable later\" "
-         "reads as on"},
+         ":2: [INTERFACES] USB = \"0 ; enable later\" reads as on"},
         {"[INTERFACES]\nUSB=yes\n", "\"yes\" reads as off"},
         {"[INTERFACES]\nUSB=Enabled\n", "\"Enabled\" reads as off"},
         {"[INTERFACE]\nUSB=0\n", ":1: section [INTERFACE] is not known"},
@@ -68,11 +64,11 @@ TEST(Config, CheckSaysWhatTheFileDoesNotMean) {
         {"[LOG]\nFile=a.log # mine\n", "a comment behind a value"},
         {"[OPTIONS]\nScantime=11000\nDifftime=60\n", ":3: a scan each 11000 ms is the only"},
     };
-    for (const auto& row : rows) {
-        write_ini("nuv_devicemgr", row.text);
+    for (const auto& [text, remark] : rows) {
+        write_ini("nuv_devicemgr", text);
         const Outcome check = run_tool({"config", "--check"});
-        EXPECT_EQ(check.code, 1) << row.text;
-        EXPECT_NE(check.text.find(row.remark), std::string::npos) << row.text << check.text;
+        EXPECT_EQ(check.code, 1) << text;
+        EXPECT_NE(check.text.find(remark), std::string::npos) << text << check.text;
     }
     for (const char* text :
          {"", "[OPTIONS]\nScantime=11000\n", "[OPTIONS]\nScan=0\nScantime=11000\nDifftime=60\n",

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 namespace {
 
@@ -29,20 +30,16 @@ protected:
         return Child(words);
     }
 
-    /// Reads on to the line that has all the parts.
-    static void expect_line(Child& tool, const std::vector<std::string>& parts) {
+    /// Reads on to a line that matches.
+    static void expect_line(Child& tool, const std::string& expression) {
         std::string seen;
         while (const auto line = tool.read_line()) {
-            seen += *line + '\n';
-            bool has_all = true;
-            for (const std::string& part : parts) {
-                has_all = has_all && line->find(part) != std::string::npos;
-            }
-            if (has_all) {
+            if (std::regex_search(*line, std::regex(expression))) {
                 return;
             }
+            seen += *line + '\n';
         }
-        ADD_FAILURE() << parts.front() << " ... " << parts.back() << " is not in\n" << seen;
+        ADD_FAILURE() << expression << " is not in\n" << seen;
     }
 
     static void expect_orderly_end(Child& tool, int signal) {
@@ -50,29 +47,22 @@ protected:
         EXPECT_EQ(tool.wait(), 0);
     }
 
-    static std::string id_of(unsigned int serialnumber) {
-        const nlohmann::json answer = run_tool({"list", "--json"}).json();
-        for (const nlohmann::json& one : answer["cameras"]) {
-            if (one["serial_number"] == serialnumber) {
-                return std::to_string(one["id"].get<unsigned int>());
-            }
-        }
-        ADD_FAILURE() << serialnumber << " is not listed";
-        return "0";
+    static std::string id_of(const std::string& selector) {
+        return run_tool({"show", selector, "--json"}).json()["cameras"].at(0)["id"].dump();
     }
 };
 
 TEST_F(Running, CamerasAreFollowedAndTheRegistryIsRemovedAtTheEnd) {
     write_ini("nuv_cameras", left_camera);
     Child manager = start({"run"});
-    expect_line(manager, {"device manager", "USB3"});
-    expect_line(manager, {"appeared", "USB3", "101", "\"left\""});
+    expect_line(manager, "device manager.*USB3");
+    expect_line(manager, "appeared.*USB3.*101.*\"left\"");
     write_ini("nuv_cameras", std::string(left_camera) + "name = arm\n");
-    expect_line(manager, {"renamed", "\"arm\""});
+    expect_line(manager, "renamed.*\"arm\"");
     write_ini("nuv_cameras", std::string(left_camera) + "name = arm\n" + right_camera);
-    expect_line(manager, {"appeared", "GIGE", "202"});
+    expect_line(manager, "appeared.*GIGE.*202");
     write_ini("nuv_cameras", right_camera);
-    expect_line(manager, {"gone", "101"});
+    expect_line(manager, "gone.*101");
     expect_orderly_end(manager, SIGTERM);
     EXPECT_FALSE(std::filesystem::exists(registry_path()));
 }
@@ -80,42 +70,42 @@ TEST_F(Running, CamerasAreFollowedAndTheRegistryIsRemovedAtTheEnd) {
 TEST_F(Running, CameraInUseIsRefusedUntilItsHolderClosesItOrDies) {
     write_ini("nuv_cameras", std::string(left_camera) + right_camera);
     Child manager = start({"run"});
-    expect_line(manager, {"appeared", "202"});
-    const std::string id = id_of(101);
+    expect_line(manager, "appeared.*202");
+    const std::string id = id_of("sn:101");
 
     Child holder = start({"open", id});
     const std::string by_holder = std::to_string(holder.pid()) + " nuvctl";
-    expect_line(holder, {"camera " + id + " is open", "101"});
-    expect_line(manager, {"camera " + id + " opened", "by " + by_holder});
+    expect_line(holder, "camera " + id + " is open.*101");
+    expect_line(manager, "camera " + id + " opened.*by " + by_holder);
     const Outcome second = run_tool({"open", id});
     EXPECT_EQ(second.code, 4);
     EXPECT_NE(second.messages.find("in use by " + by_holder), std::string::npos) << second.messages;
     expect_orderly_end(holder, SIGINT);
-    expect_line(manager, {"camera " + id + " closed"});
+    expect_line(manager, "camera " + id + " closed");
 
     Child doomed = start({"open", id});
     const std::string by_doomed = std::to_string(doomed.pid());
-    expect_line(manager, {"camera " + id + " opened", "by " + by_doomed});
+    expect_line(manager, "camera " + id + " opened.*by " + by_doomed);
     doomed.kill_and_wait();
-    expect_line(manager, {"camera " + id + " closed", by_doomed + " gone"});
+    expect_line(manager, "camera " + id + " closed.*" + by_doomed + " gone");
     expect_orderly_end(manager, SIGINT);
 }
 
 TEST_F(Running, OpenNamesWhyACameraIsNotThere) {
     write_ini("nuv_cameras", std::string(left_camera) + right_camera + "open_result = 0x1234\n");
     Child manager = start({"run"});
-    expect_line(manager, {"appeared", "101"});
+    expect_line(manager, "appeared.*101");
     const Outcome unknown = run_tool({"open", "777"});
     EXPECT_EQ(unknown.code, 3);
     EXPECT_NE(unknown.messages.find("not in the registry"), std::string::npos);
 
-    const Outcome failing = run_tool({"open", id_of(202)});
+    const Outcome failing = run_tool({"open", id_of("sn:202")});
     EXPECT_EQ(failing.code, 1);
     EXPECT_NE(failing.messages.find("0x00001234"), std::string::npos) << failing.messages;
 
     const std::string config = config_folder() + "/no_usb3";
     std::ofstream(config) << "[INTERFACES]\nUSB3 = 0\n";
-    const Outcome disabled = run_tool({"open", id_of(101), "--config", config});
+    const Outcome disabled = run_tool({"open", id_of("sn:101"), "--config", config});
     EXPECT_EQ(disabled.code, 1);
     EXPECT_NE(disabled.messages.find("interface is not running"), std::string::npos);
     expect_orderly_end(manager, SIGTERM);
@@ -126,7 +116,7 @@ TEST_F(Running, OpenCanBeInterruptedWhileALivingProcessHoldsTheUpdateLock) {
     Child holder = Child::in_role("attached to a hand-made registry");
     EXPECT_EQ(holder.read_line(), "attached");
     Child tool({"/bin/sh", "-c", "exec \"$0\" open 1 2>&1", tool_path()});
-    expect_line(tool, {"waiting", "sem_update"});
+    expect_line(tool, "waiting.*sem_update");
     tool.signal(SIGINT);
     EXPECT_EQ(tool.wait(), 1);
 }
@@ -139,15 +129,15 @@ TEST_F(Running, OpenOutlivesADeadHolderOfTheUpdateLock) {
 TEST_F(Running, OpenThatIsInterruptedClosesWhatItOpened) {
     write_ini("nuv_cameras", std::string(left_camera) + "open_delay_ms = 2000\n");
     Child manager = start({"run"});
-    expect_line(manager, {"appeared", "101"});
-    Child tool({"/bin/sh", "-c", "exec \"$0\" open \"$1\" 2>&1", tool_path(), id_of(101)});
+    expect_line(manager, "appeared.*101");
+    Child tool({"/bin/sh", "-c", "exec \"$0\" open \"$1\" 2>&1", tool_path(), id_of("sn:101")});
     std::string held;
     while (held != "held") {
         held = run_tool({"status", "--json", "--watch", "0.3"})
                    .json()["semaphores"]["sem_update"]["state"];
     }
     tool.signal(SIGINT);
-    expect_line(tool, {"interrupted"});
+    expect_line(tool, "interrupted");
     EXPECT_EQ(tool.wait(), 1);
     EXPECT_EQ(run_tool({"show", "sn:101", "--json"}).json()["cameras"][0]["state"], "present");
     expect_orderly_end(manager, SIGTERM);
@@ -186,22 +176,16 @@ TEST_F(Running, SharedMemoryThatMayNotBeWrittenAnswersFive) {
 TEST_F(Running, ConfigFileReplacesTheOneThatWouldBeFound) {
     const std::string config = config_folder() + "/any name";
     std::ofstream(config) << "[INTERFACES]\nUSB=0\nUSB3=0\nCLHS_SISO=0\nCLHS_KAYA=0\nME4=0\n";
-    const auto folders = [] {
-        int count = 0;
-        for (const auto& entry :
-             std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
-            count += entry.path().filename().string().rfind("nuvctl-", 0) == 0;
-        }
-        return count;
-    };
-    setenv("TMPDIR", config_folder().c_str(), 1);
+    const std::string temporary = config_folder() + "/temporary";
+    std::filesystem::create_directory(temporary);
+    setenv("TMPDIR", temporary.c_str(), 1);
     write_ini("nuv_cameras", right_camera);
     Child manager = start({"run", "--config", config});
     EXPECT_EQ(manager.read_line(),
               "device manager " + std::to_string(manager.pid()) + " is running, interfaces: GIGE");
-    expect_line(manager, {"appeared", "202"});
+    expect_line(manager, "appeared.*202");
     expect_orderly_end(manager, SIGTERM);
-    EXPECT_EQ(folders(), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(temporary));
     EXPECT_EQ(run_tool({"run", "--config", config_folder()}).code, 2);
 }
 

@@ -91,7 +91,7 @@ TEST_F(Session, EachStepIsToldInOrder) {
     EXPECT_TRUE(region_exists()) << "the clear has forgotten its creator, but not the newcomer";
     newcomer.reset();
     EXPECT_FALSE(region_exists());
-    EXPECT_EQ(lines(), nuv_test::text_of_file(SESSION_LOG));
+    EXPECT_EQ(lines(), nuv_test::text_of_file(DOCUMENTED_LINES "/session.log"));
 }
 
 TEST_F(Session, NotAttachedManagerTouchesNothing) {
