@@ -1,6 +1,7 @@
 # How every target of this tree is compiled and linked.
 
 find_package(Threads REQUIRED)
+find_path(SIMPLEINI_INCLUDE_DIR SimpleIni.h REQUIRED)
 
 add_library(nuv_options INTERFACE)
 target_compile_options(nuv_options INTERFACE

@@ -9,11 +9,13 @@
 #include <nuvkit/ini.h>
 #include <nuvkit/log.h>
 
+#include <cstring>
+
 namespace nuv {
 
 static bool listens(const CNuv_interface& interface) {
     return interface.ciflog != nullptr ||
-           (interface.clog != nullptr &&
+           (relaxed_load(interface.clog) != nullptr &&
             (relaxed_load(interface.general_bits) & NUV_BIT_LOG_INTERFACE) != 0);
 }
 
@@ -24,6 +26,16 @@ namespace {
 constexpr unsigned int source_of(unsigned short iftype) {
     return NUV_BIT_LOG_INTERFACE + (static_cast<unsigned int>(iftype) << 16U);
 }
+
+/// A copy of a name from the region, which need not end within its 64 bytes there.
+class Name_copy {
+public:
+    explicit Name_copy(const char* name) { std::memcpy(characters, name, NUV_NAME_SIZE); }
+    const char* text() const { return characters; }
+
+private:
+    char characters[NUV_NAME_SIZE + 1] = {};
+};
 
 /// Gives up the entry's device; its mark and the back-end's key stay.
 void clear_entry(NUV_Device& entry) {
@@ -66,7 +78,7 @@ CNuv_interface::~CNuv_interface() {
 
 void CNuv_interface::SetLog(CNuv_Log* log) {
     static constexpr char op[] = "SetLog";
-    clog = log;
+    nuv::relaxed_store(clog, log);
     if (log != nullptr) {
         const unsigned int logbits = log->get_logbits();
         NUV_LOG_BY(writelogb, *this, NUV_LOG_TRACE, "%s: clog %p loglevel 0x%x", op,
@@ -108,7 +120,7 @@ int CNuv_interface::delete_devices_in_shmlist() {
             if (entry.nuv_iftype == if_type) {
                 NUV_LOG_BY(writelogb, *this, NUV_LOG_TRACE,
                            "%s: found nuvdevice[%d] with id %d for %s", op, index, entry.id,
-                           nuv::Name_copy(entry.interfacename).text());
+                           Name_copy(entry.interfacename).text());
                 clear_device_numbers(*this, op, entry.id);
                 clear_entry(entry);
             }
@@ -131,7 +143,7 @@ void CNuv_interface::writelogb(unsigned int level, const char* format, ...) {
     if (ciflog != nullptr) {
         line.hand_to(*ciflog, level, source);
     }
-    if (clog != nullptr) {
-        line.hand_to(*clog, level, source);
+    if (CNuv_Log* const log = nuv::relaxed_load(clog)) {
+        line.hand_to(*log, level, source);
     }
 }

@@ -18,6 +18,15 @@ inline bool has_registry(const CNuv_device_manager& manager) {
     return manager.shm_mgr != nullptr && is_attached(*manager.shm_mgr);
 }
 
+/// The same, for an operation that cannot do without; says so in the log.
+inline bool check_registry(CNuv_device_manager& manager, const char* op) {
+    if (!has_registry(manager)) {
+        NUV_LOG(manager, NUV_LOG_ERROR, "%s: not attached to the registry", op);
+        return false;
+    }
+    return true;
+}
+
 /// Null when the type has no back-end, or `Close` has deleted it.
 inline CNuv_interface* find_backend(const CNuv_device_manager& manager, std::uint16_t iftype) {
     const auto found = manager.interface_list.find(iftype);

@@ -10,14 +10,6 @@
 
 namespace {
 
-bool check_registry(CNuv_device_manager& manager, const char* op) {
-    if (!nuv::has_registry(manager)) {
-        NUV_LOG(manager, NUV_LOG_ERROR, "%s: not attached to the registry", op);
-        return false;
-    }
-    return true;
-}
-
 unsigned int close_grab(CNuv_device_manager& manager, const char* op, CNuv_grab* grab) {
     const auto recorded = manager.grabdev_list.find(grab);
     if (recorded == manager.grabdev_list.end()) {
@@ -69,7 +61,7 @@ unsigned int close_com(CNuv_device_manager& manager, const char* op, CNuv_com* c
 
 unsigned int CNuv_device_manager::close_grab_device(CNuv_grab* grab) {
     static constexpr char op[] = "close_grab_device";
-    if (!check_registry(*this, op)) {
+    if (!nuv::check_registry(*this, op)) {
         return NUV_ERROR_NOMEMORY;
     }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: grabdev %p", op, static_cast<void*>(grab));
@@ -82,7 +74,7 @@ unsigned int CNuv_device_manager::close_grab_device(CNuv_grab* grab) {
 
 unsigned int CNuv_device_manager::close_com_device(CNuv_com* com) {
     static constexpr char op[] = "close_com_device";
-    if (!check_registry(*this, op)) {
+    if (!nuv::check_registry(*this, op)) {
         return NUV_ERROR_NOMEMORY;
     }
     NUV_LOG(*this, NUV_LOG_TRACE, "%s: comdev %p", op, static_cast<void*>(com));

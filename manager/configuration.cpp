@@ -22,6 +22,8 @@ namespace {
 
 using nuvkit::Key;
 
+constexpr char op[] = "get_parameter_from_inifile";
+
 struct Key_action {
     Key key;
     void (*apply)(CNuv_device_manager& manager, const Key_action& action, const char* value);
@@ -33,7 +35,6 @@ struct Key_action {
 
 void apply_switch(CNuv_device_manager& manager, const Key_action& action, std::uint32_t& word,
                   const char* value) {
-    static constexpr char op[] = "get_parameter_from_inifile";
     const bool on = nuvkit::read_switch(value);
     if (on) {
         nuv::relaxed_clear_bits(word, action.bit);
@@ -54,7 +55,6 @@ void apply_general_switch(CNuv_device_manager& manager, const Key_action& action
 }
 
 void log_number(CNuv_device_manager& manager, const Key_action& action, unsigned long value) {
-    static constexpr char op[] = "get_parameter_from_inifile";
     NUV_LOG(manager, NUV_LOG_TRACE, action.message, op, static_cast<int>(value));
 }
 
@@ -130,7 +130,6 @@ int load(CSimpleIniA& parser, const char* path) {
 }  // namespace
 
 unsigned int CNuv_device_manager::get_parameter_from_inifile() {
-    static constexpr char op[] = "get_parameter_from_inifile";
     CSimpleIniA parser;
     constexpr int path_size = 1024;
     char path[path_size] = {};

@@ -15,7 +15,7 @@ CNuv_device_manager::CNuv_device_manager() {
 
 void CNuv_device_manager::SetLog(CNuv_Log* log) {
     static constexpr char op[] = "SetLog";
-    clog = log;
+    nuv::relaxed_store(clog, log);
     if (log != nullptr) {
         const unsigned int logbits = log->get_logbits();
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: clog %p loglevel 0x%x", op, static_cast<void*>(log),
@@ -39,12 +39,13 @@ unsigned int CNuv_device_manager::remove_general_bits(unsigned int bits) {
 }
 
 void CNuv_device_manager::writelog(unsigned int level, const char* format, ...) {
-    if (!nuv::listens(*this)) {
+    CNuv_Log* const log = nuv::listener(*this);
+    if (log == nullptr) {
         return;
     }
     va_list arguments;
     va_start(arguments, format);
     const nuv::Log_line line("CNuv_dev_manager::", format, arguments);
     va_end(arguments);
-    line.hand_to(cdevlog != nullptr ? *cdevlog : *clog, level, NUV_BIT_LOG_DEVICE_MANAGER);
+    line.hand_to(*log, level, NUV_BIT_LOG_DEVICE_MANAGER);
 }

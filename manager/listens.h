@@ -1,4 +1,4 @@
-// Whether anybody hears what the device manager writes.
+// Who hears what the device manager writes.
 #pragma once
 
 #include "interface/log_line.h"
@@ -9,10 +9,21 @@
 
 namespace nuv {
 
+/// Its own log, or else the caller's; null when nobody does. The caller's is replaced while other
+/// threads write.
+inline CNuv_Log* listener(const CNuv_device_manager& manager) {
+    if (manager.cdevlog != nullptr) {
+        return manager.cdevlog;
+    }
+    CNuv_Log* const log = relaxed_load(manager.clog);
+    return log != nullptr &&
+                   (relaxed_load(manager.m_general_bits) & NUV_BIT_LOG_DEVICE_MANAGER) != 0
+               ? log
+               : nullptr;
+}
+
 inline bool listens(const CNuv_device_manager& manager) {
-    return manager.cdevlog != nullptr ||
-           (manager.clog != nullptr &&
-            (relaxed_load(manager.m_general_bits) & NUV_BIT_LOG_DEVICE_MANAGER) != 0);
+    return listener(manager) != nullptr;
 }
 
 }  // namespace nuv

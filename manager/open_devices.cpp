@@ -14,8 +14,7 @@ namespace {
 
 /// What an open needs before anything else; says in the log what is missing.
 unsigned int check_request(CNuv_device_manager& manager, const char* op, const void* address) {
-    if (!nuv::has_registry(manager)) {
-        NUV_LOG(manager, NUV_LOG_ERROR, "%s: not attached to the registry", op);
+    if (!nuv::check_registry(manager, op)) {
         return NUV_ERROR_NOMEMORY;
     }
     if (address == nullptr) {

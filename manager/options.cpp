@@ -28,7 +28,12 @@ unsigned int CNuv_device_manager::add_interface_option(int iftype, unsigned int 
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: DEVMGR_IF_OPTION_DISABLE_SCAN for iftype %d synchronize",
                 op, iftype);
         // A pass holds it throughout: when it is free, no pass that read the old word still runs.
-        nuv::Update_hold(*this, op).release();
+        nuv::Update_hold update(*this, op);
+        if (has_word(iftype)) {
+            // An open or close that had scanning suspended has taken the bit for its own.
+            nuv::relaxed_set_bits(interface_options[iftype], bits);
+        }
+        update.release();
         NUV_LOG(*this, NUV_LOG_TRACE, "%s: synchronize done", op);
     }
     return NUV_NOERROR;

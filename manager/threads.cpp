@@ -6,9 +6,11 @@
 #include <nuv/device_manager.h>
 #include <nuv/result.h>
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <exception>
 #include <new>
 
@@ -24,10 +26,32 @@ const char* text_of(bool flag) {
     return flag ? "true" : "false";
 }
 
+/// For as long as it lives, threads that are started handle none of the process's signals: those
+/// are for the program's own threads, and a handler that ends the process could not end a thread
+/// that waits for itself. A thread's own faults stay its own.
+class Signals_for_others {
+public:
+    Signals_for_others() {
+        sigset_t all;
+        sigfillset(&all);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT}) {
+            sigdelset(&all, fault);
+        }
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+    }
+    Signals_for_others(const Signals_for_others&) = delete;
+    Signals_for_others& operator=(const Signals_for_others&) = delete;
+    ~Signals_for_others() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+
+private:
+    sigset_t before;
+};
+
 /// Runs a thread body. Lowering the count is the thread's last act, after its last line.
 bool launch(std::thread& thread, std::atomic<int>& alive, CNuv_device_manager& manager,
             void (CNuv_device_manager::*body)()) {
     ++alive;
+    const Signals_for_others blocked;
     try {
         thread = std::thread([&manager, &alive, body] {
             (manager.*body)();
@@ -65,8 +89,7 @@ void forget_threads_of_parent(CNuv_device_manager& manager, std::atomic<int>& al
 
 unsigned int CNuv_device_manager::start_scan_thread() {
     static constexpr char op[] = "start_scan_thread";
-    if (!nuv::has_registry(*this)) {
-        NUV_LOG(*this, NUV_LOG_ERROR, "%s: not attached to the registry", op);
+    if (!nuv::check_registry(*this, op)) {
         return NUV_ERROR_THREAD;
     }
     if (thread_scan_run) {
@@ -86,8 +109,7 @@ unsigned int CNuv_device_manager::start_scan_thread() {
 
 unsigned int CNuv_device_manager::start_time_thread() {
     static constexpr char op[] = "start_time_thread";
-    if (!nuv::has_registry(*this)) {
-        NUV_LOG(*this, NUV_LOG_ERROR, "%s: not attached to the registry", op);
+    if (!nuv::check_registry(*this, op)) {
         return NUV_ERROR_THREAD;
     }
     if (thread_time_run) {

@@ -130,10 +130,11 @@ void count_in(Attempt& attempt) {
 /// One acquire and release through the wrapper: whoever attaches has seen that it works.
 void try_wrapper(Attempt& attempt, Deadline deadline, bool& cleared) {
     bool cleared_here = false;
-    if (acquire_sem_rw(attempt, deadline, cleared_here)) {
+    const bool acquired = acquire_sem_rw(attempt, deadline, cleared_here);
+    cleared = cleared || cleared_here;
+    if (acquired) {
         if (cleared_here) {
             add_to_count(attempt.region());  // the clear has undone the first time
-            cleared = true;
         }
         become_holder(*attempt.sema_rw);
         attempt.sema_rw->post();

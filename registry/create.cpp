@@ -20,11 +20,8 @@ constexpr int region_size = static_cast<int>(NUV_SHM_SIZE);
 /// A kernel that protects regular files in folders like /dev/shm refuses O_CREAT on another user's
 /// file, which may have come there since the probe.
 bool may_be_opened() {
-    const int probe = shm_open(NUV_SHM_NAME, O_RDWR, 0);
-    if (probe >= 0) {
-        close(probe);
-    }
-    return probe >= 0;
+    Attachment probe;  // so that no forked child keeps the descriptor
+    return probe.open(O_RDWR);
 }
 
 void give_to_group_video(Attempt& attempt) {

@@ -4,19 +4,27 @@
 #include "registry/listens.h"
 #include "registry/region.h"
 #include "registry/sem_hold.h"
+#include "registry/sliced_wait.h"
 
 #include <nuv/bits.h>
 
 #include <algorithm>
 
 namespace nuv {
+namespace {
+
+/// In seconds; unsigned, so that a stamp in the future is older than any tolerance.
+std::uint64_t age_of(std::uint64_t stamp, std::uint64_t now) {
+    return now - stamp;
+}
+
+}  // namespace
 
 bool is_stale(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, std::int64_t now_seconds) {
     static constexpr char op[] = "time_stamp_timeout";
     const auto now = static_cast<std::uint64_t>(now_seconds);
     const auto stamp = static_cast<std::uint64_t>(load_time_stamp(region));
-    // Unsigned, so that a stamp in the future counts as stale too.
-    const std::uint64_t difference = now - stamp;
+    const std::uint64_t difference = age_of(stamp, now);
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: time_stamp difference %lu %lu %lu", op, difference, now,
             stamp);
     const bool stale = difference > manager.m_difftime;
@@ -28,9 +36,8 @@ bool is_stale(CNuv_shm_manager& manager, NUV_Devlist_Shm* region, std::int64_t n
 }
 
 bool looks_stale(const CNuv_shm_manager& manager, NUV_Devlist_Shm* region) {
-    return static_cast<std::uint64_t>(wall_clock_seconds()) -
-               static_cast<std::uint64_t>(load_time_stamp(region)) >
-           manager.m_difftime;
+    return age_of(static_cast<std::uint64_t>(load_time_stamp(region)),
+                  static_cast<std::uint64_t>(wall_clock_seconds())) > manager.m_difftime;
 }
 
 }  // namespace nuv

@@ -58,6 +58,14 @@ bool is_gone(int error) {
     return error == ENOENT || error == ESRCH;
 }
 
+/// A manager opens the region for writing; who merely looks at it holds no semaphore. The mode of
+/// the link is that of the descriptor.
+bool is_writable(int folder, const char* descriptor) {
+    struct stat link {};
+    return fstatat(folder, descriptor, &link, AT_SYMLINK_NOFOLLOW) != 0 ||
+           (link.st_mode & S_IWUSR) != 0;
+}
+
 enum class Sight { something_else, the_region, hidden };
 
 /// What a descriptor leads to. The link's text is looked at first: asking for the file itself could
@@ -72,7 +80,7 @@ Sight look_at(int folder, const char* descriptor, const struct stat& region) {
     struct stat file {};
     const bool same = std::strstr(target, NUV_SHM_NAME) != nullptr &&
                       fstatat(folder, descriptor, &file, 0) == 0 && file.st_ino == region.st_ino &&
-                      file.st_dev == region.st_dev;
+                      file.st_dev == region.st_dev && is_writable(folder, descriptor);
     return same ? Sight::the_region : Sight::something_else;
 }
 
@@ -110,6 +118,23 @@ bool may_share_memory(const char* process) {
     return kilobytes.has_value() ? *kilobytes > 0 : !is_gone(errno);
 }
 
+/// The next numbered entry; null at the end, with `errno` set when it could not be read.
+const dirent* next_number(DIR* folder) {
+    errno = 0;
+    const dirent* entry = readdir(folder);
+    while (entry != nullptr && !is_number(entry->d_name)) {
+        entry = readdir(folder);
+    }
+    return entry;
+}
+
+/// A process whose first thread has ended shows neither descriptors nor memory, but may live on in
+/// the others.
+bool lives_without_first_thread(const char* process) {
+    return status_of(process, "Threads: %lu").value_or(0) > 1 &&
+           status_of(process, "VmSize: %lu").value_or(1) == 0;
+}
+
 bool may_be_old_neighbour(const char* process, const struct stat& region) {
     char path[path_size];
     std::snprintf(path, sizeof path, "/proc/%.20s/fd", process);
@@ -117,10 +142,10 @@ bool may_be_old_neighbour(const char* process, const struct stat& region) {
     if (descriptors == nullptr) {
         return !is_gone(errno) && may_share_memory(process);
     }
-    while (const dirent* const entry = readdir(descriptors.get())) {
-        if (!is_number(entry->d_name)) {
-            continue;
-        }
+    if (lives_without_first_thread(process)) {
+        return true;
+    }
+    while (const dirent* const entry = next_number(descriptors.get())) {
         const Sight sight = look_at(dirfd(descriptors.get()), entry->d_name, region);
         if (sight == Sight::hidden) {
             return may_share_memory(process);
@@ -129,7 +154,7 @@ bool may_be_old_neighbour(const char* process, const struct stat& region) {
             return true;
         }
     }
-    return false;
+    return errno != 0 && !is_gone(errno);
 }
 
 }  // namespace
@@ -142,12 +167,12 @@ bool may_have_old_neighbours(int region_fd) {
     if (processes == nullptr || !sees_all || fstat(region_fd, &region) != 0) {
         return true;
     }
-    while (const dirent* const entry = readdir(processes.get())) {
-        if (is_number(entry->d_name) && may_be_old_neighbour(entry->d_name, region)) {
+    while (const dirent* const entry = next_number(processes.get())) {
+        if (may_be_old_neighbour(entry->d_name, region)) {
             return true;
         }
     }
-    return false;
+    return errno != 0;
 }
 
 }  // namespace nuv

@@ -49,16 +49,6 @@ inline bool is_attached(const CNuv_shm_manager& manager) {
     return manager.m_hMem >= 0 && manager.devlist_shm != nullptr;
 }
 
-/// A copy of a name from the region, which need not end within its 64 bytes there.
-class Name_copy {
-public:
-    explicit Name_copy(const char* name) { std::memcpy(characters, name, NUV_NAME_SIZE); }
-    const char* text() const { return characters; }
-
-private:
-    char characters[NUV_NAME_SIZE + 1] = {};
-};
-
 /// Index of the first entry that matches, or -1. Entries lie too far apart for vector instructions:
 /// what counts is that the loop costs no more than its comparisons.
 template <class Matches>

@@ -4,7 +4,6 @@
 #include "registry/listens.h"
 #include "registry/region.h"
 #include "registry/region_locks.h"
-#include "registry/sem_hold.h"
 #include "registry/sliced_wait.h"
 
 #include <cerrno>

@@ -100,21 +100,14 @@ int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
 
 }  // namespace
 
-int nuv::become_holder(CNuv_sem_access& access) {
-    return record_holder(access, this_thread());
-}
-
-void nuv::take_surplus_posts(sem_t* semaphore) {
-    // Bounded, since any number may stand in a region that something else has written to.
-    constexpr int most = 1000;
-    for (int taken = 0; taken < most && sem_trywait(semaphore) == 0; ++taken) {
-    }
+void nuv::become_holder(CNuv_sem_access& access) {
+    record_holder(access, this_thread());
 }
 
 CNuv_sem_access::CNuv_sem_access(sem_t* semaphore) : sem(semaphore) {}
 
 void CNuv_sem_access::SetLog(CNuv_Log* log) {
-    clog = log;
+    nuv::relaxed_store(clog, log);
 }
 
 void CNuv_sem_access::set_general_bits(unsigned int bits) {
@@ -164,11 +157,12 @@ int CNuv_sem_access::post() {
 }
 
 void CNuv_sem_access::writelog(unsigned int level, const char* format, ...) {
-    if (!nuv::listens(*this)) {
+    CNuv_Log* const log = nuv::listener(*this);
+    if (log == nullptr) {
         return;
     }
     va_list arguments;
     va_start(arguments, format);
-    clog->writelog(level, static_cast<int>(NUV_BIT_LOG_SEM_ACCESS), format, arguments);
+    log->writelog(level, static_cast<int>(NUV_BIT_LOG_SEM_ACCESS), format, arguments);
     va_end(arguments);
 }

@@ -31,11 +31,6 @@ private:
 };
 
 /// Records the calling thread as the holder of a semaphore that it has just acquired.
-/// \return the nesting depth
-int become_holder(CNuv_sem_access& access);
-
-/// Takes away posts that nobody waited for, as a holder leaves behind that was believed dead.
-/// Whoever calls it holds the semaphore, so that every post found is one too many.
-void take_surplus_posts(sem_t* semaphore);
+void become_holder(CNuv_sem_access& access);
 
 }  // namespace nuv

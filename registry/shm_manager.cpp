@@ -86,7 +86,7 @@ CNuv_shm_manager::~CNuv_shm_manager() {
 }
 
 void CNuv_shm_manager::SetLog(CNuv_Log* log) {
-    clog = log;
+    nuv::relaxed_store(clog, log);
 }
 
 int CNuv_shm_manager::set_general_bits(unsigned int bits) {
@@ -138,12 +138,13 @@ unsigned int CNuv_shm_manager::open_shm() {
 }
 
 void CNuv_shm_manager::writelog(unsigned int level, const char* format, ...) {
-    if (!nuv::listens(*this)) {
+    CNuv_Log* const log = nuv::listener(*this);
+    if (log == nullptr) {
         return;
     }
     va_list arguments;
     va_start(arguments, format);
     const nuv::Log_line line("CNuv_shm_manager::", format, arguments);
     va_end(arguments);
-    line.hand_to(*clog, level, NUV_BIT_LOG_SHM_MANAGER);
+    line.hand_to(*log, level, NUV_BIT_LOG_SHM_MANAGER);
 }

@@ -2,8 +2,8 @@
 
 #include "registry/listens.h"
 #include "registry/region.h"
-#include "registry/sem_hold.h"
 #include "registry/semaphore_bytes.h"
+#include "registry/sliced_wait.h"
 
 #include <unistd.h>
 

@@ -2,7 +2,6 @@
 
 #include "registry/neighbours.h"
 #include "registry/region_locks.h"
-#include "registry/sem_hold.h"
 #include "registry/sliced_wait.h"
 
 #include <cerrno>
@@ -59,15 +58,15 @@ bool Update_lock::take(Waiting& waiting) {
         return true;
     }
     waiting.begin();
-    auto next_question = waiting.waited() + question;
+    auto next_question = waiting.waited();
     while (!try_take()) {
-        std::this_thread::sleep_for(pause);
         if (waiting.waited() >= next_question) {
             next_question += question;
             if (!waiting.go_on()) {
                 return false;
             }
         }
+        std::this_thread::sleep_for(pause);
     }
     return true;
 }
@@ -77,6 +76,9 @@ bool Update_lock::take(Waiting& waiting) {
 /// even later, its post is one too many.
 int Update_lock::outwait_holder(sem_t* semaphore, Waiting& waiting) {
     waiting.begin();
+    if (!waiting.go_on()) {
+        return time_out();
+    }
     Slice end = wait_one_slice(semaphore, waiting.end_of_slice());
     bool freed = false;
     for (; end == Slice::too_short; end = wait_one_slice(semaphore, waiting.end_of_slice())) {

@@ -26,6 +26,9 @@ class Update_hold;
 /// One object per process, usually kept in `nuv_dev_manager`: construct, preset log and general
 /// bits if wanted, `Initialize`, open and close devices by registry id, destroy.
 ///
+/// In a forked child the copy of a manager has no registry and no threads; the child may destroy
+/// it, and makes a manager of its own.
+///
 /// Locks, always taken in this order: `mtx`, the registry's `sem_update`, its `sem_rw`. Call the
 /// entries with none of them held, unless an entry says otherwise.
 class NUV_EXPORT CNuv_device_manager {
@@ -95,7 +98,8 @@ public:
     unsigned int open_com_device_from_id(unsigned int id, CNuv_com** com);
     /// Closes a handle that the open operation gave out.
     /// \retval NUV_ERROR_NOT_FOUND never recorded, closed already, or its type has no back-end
-    /// \return else 0 or the back-end's code, after which it stays recorded
+    /// \return else 0, or the back-end's code (`NUV_ERROR_NOMEMORY` when it threw), after which the
+    ///         handle stays recorded
     unsigned int close_grab_device(CNuv_grab* grab);
     /// \copydoc close_grab_device
     unsigned int close_com_device(CNuv_com* com);

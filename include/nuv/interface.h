@@ -42,14 +42,16 @@ public:
     /// Appends what the back-end sees at this moment to `found`, without touching the registry.
     /// Never called by the library.
     virtual unsigned int find_devices(std::vector<NUV_Device>& found) = 0;
-    /// Brings the registry entries of this type up to date. Called by the scan thread with
-    /// `sem_update` held, and by `scan_interface` on any thread with nothing held.
+    /// Brings the registry entries of this type up to date. Called by the scan thread with the
+    /// manager's `mtx` and `sem_update` held, and by `scan_interface` on any thread with nothing
+    /// held.
     virtual unsigned int update_devices_in_shmlist() = 0;
     /// Opens a device by the serial number of its registry entry. A handle is stored at the address
-    /// exactly when the result is 0. Any thread, `sem_update` held.
+    /// exactly when the result is 0. Any thread, `sem_update` held but where the system refuses it.
     virtual unsigned int open_grab_device(unsigned int serialnumber, CNuv_grab** grab) = 0;
     /// Closes a handle that this back-end's own open operation gave out. Any thread, `sem_update`
-    /// held. After any result but 0 the handle stays open and may be closed again.
+    /// held but in a shutdown that has waited 10 s for it. After any result but 0 the handle stays
+    /// open and may be closed again.
     virtual unsigned int close_grab_device(CNuv_grab* grab) = 0;
     /// \copydoc open_grab_device
     virtual unsigned int open_com_device(unsigned int serialnumber, CNuv_com** com) = 0;

@@ -1,5 +1,5 @@
 /// \file
-/// Result codes of the library. Every operation that returns `unsigned int` returns one of these
+/// Result codes of the library. Every operation that answers with a result code has one of these
 /// or, where a back-end or the INI locator was asked, that one's own code unchanged.
 #pragma once
 
@@ -7,7 +7,8 @@
 constexpr unsigned int NUV_NOERROR = 0;
 
 /// The registry cannot be created, opened, sized or mapped, its semaphores cannot be initialised,
-/// its version is wrong, the object is not attached, or no free device entry is left.
+/// its version is wrong, the object is not attached, no free device entry is left, memory ran out,
+/// or a back-end threw.
 constexpr unsigned int NUV_ERROR_NOMEMORY = 0xA0002003;
 
 /// The INI file cannot be opened or parsed.
@@ -17,13 +18,13 @@ constexpr unsigned int NUV_ERROR_INI_LOAD = 0xA0002004;
 constexpr unsigned int NUV_ERROR_NO_INI_LOCATOR = 0xA0002007;
 
 /// No device in use with that key, a list index out of range, no back-end for the interface type,
-/// or a handle that was never recorded.
+/// a handle that was never recorded, or a null address.
 constexpr unsigned int NUV_ERROR_NOT_FOUND = 0x80002001;
 
-/// A background thread cannot be created.
+/// A background thread cannot be created, or has no registry to work on.
 constexpr unsigned int NUV_ERROR_THREAD = 0x80002020;
 
-/// `Initialize` on an object that is initialised already, or the first probe of the registry
+/// `Initialize` on an object that has been initialised before, or the first probe of the registry
 /// failed for another reason than its absence.
 constexpr unsigned int NUV_ERROR_INIT = 0x80003005;
 

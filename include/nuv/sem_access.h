@@ -16,7 +16,8 @@ class Semaphore_guard;
 
 /// Lets the thread that holds the semaphore through this object wait for it again without
 /// blocking. Another wrapper of the same semaphore, in the same thread too, is a stranger: a
-/// thread that holds the semaphore through one wrapper and waits on another blocks.
+/// thread that holds the semaphore through one wrapper and waits on another blocks: on `sem_update`
+/// for good, on `sem_rw` until it is taken for lost.
 ///
 /// Made by `CNuv_shm_manager` for each of the region's two semaphores while it is attached. The
 /// fields are public because the kit's other libraries read them; only the holder changes

@@ -24,11 +24,12 @@ class Attempt;
 /// Unless an entry says otherwise: any thread may call it once attached; it holds `sem_rw` from
 /// start to end and so is atomic for every process; records are copied whole, and pointers stay
 /// the caller's. Call it while holding `sem_rw` through this object's own `sema_rw`, or not at
-/// all; holding it through another manager's wrapper blocks for good. Not attached, it answers
-/// `NUV_ERROR_NOMEMORY` and touches neither the region nor the caller's data.
+/// all; holding it through another manager's wrapper, it waits until the semaphore is taken for
+/// lost, after the tolerance, and both then hold it. Not attached, it answers `NUV_ERROR_NOMEMORY`
+/// and touches neither the region nor the caller's data.
 ///
-/// A forked child's copy is not attached, and stays so: `Initialize` answers `NUV_ERROR_INIT`
-/// there. The child makes a manager of its own.
+/// A forked child's copy is not attached. `Initialize` answers `NUV_ERROR_INIT` there if it had
+/// succeeded before the fork; the child makes a manager of its own.
 class NUV_EXPORT CNuv_shm_manager {
 public:
     /// Without a log and general bits.
@@ -53,21 +54,24 @@ public:
     int add_general_bits(unsigned int bits);
     /// Clears general bits, as `set_general_bits` does. \return always 0
     int remove_general_bits(unsigned int bits);
-    /// Staleness tolerance in seconds, limited to 4..3600; matters to a later `Initialize` only.
+    /// Staleness tolerance in seconds, limited to 4..3600. To be set before `Initialize`: it
+    /// decides what counts as stale, and how long a lost `sem_rw` is waited for.
     void set_difftime(unsigned int seconds);
     /// @}
 
     /// \name Attaching and detaching
-    /// Called without any semaphore held, by the controlling thread. They wait for other
-    /// processes that are attaching or detaching, at most for the tolerance plus five seconds,
-    /// and for `sem_rw` until it is free or the registry has gone stale.
+    /// Called without any semaphore held, by the controlling thread. They wait for `sem_rw`, and
+    /// for other processes that are attaching or detaching, for at most the tolerance plus five
+    /// seconds.
     /// @{
 
     /// Attaches to the registry, or creates it when there is none.
     /// \retval NUV_NOERROR        attached
     /// \retval NUV_DIFFTIME_OUT   attached; the heartbeat was stale, so the registry was cleared
-    /// \retval NUV_ERROR_INIT     this object is attached already, or the first probe failed for
-    ///                            another reason than the region's absence
+    /// \retval NUV_ERROR_INIT     it has succeeded on this object before (also after `close_shm`),
+    /// or
+    ///                            the first probe failed for another reason than the region's
+    ///                            absence
     /// \retval NUV_ERROR_NOMEMORY a step failed; the object is as before and may try again
     unsigned int Initialize();
     /// Creates the registry, or attaches when it is alive. `Initialize` alone marks the object as

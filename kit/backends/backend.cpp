@@ -34,6 +34,9 @@ Backend::Backend(CNuv_Log* log, unsigned int bits, unsigned short iftype,
                  std::unique_ptr<Camera_source> source)
     : CNuv_interface(log, bits), state(std::make_unique<State>(*this, std::move(source))) {
     if_type = iftype;
+    // Looked up while there are descriptors: a camera that is marked with half of who holds it
+    // would stay in use.
+    current_process();
 }
 
 Backend::~Backend() {

@@ -5,8 +5,6 @@
 #include <nuv/result.h>
 
 #include <algorithm>
-#include <exception>
-#include <new>
 
 namespace nuvkit {
 namespace {
@@ -138,10 +136,10 @@ unsigned int Backend::State::close(const void* handle, const char* operation) {
     return NUV_NOERROR;
 }
 
-// A source that runs out of memory has not closed: the handle may be closed again.
+// A source that throws has not closed: the handle may be closed again.
 unsigned int Backend::State::close_source(const Open_device& device) try {
     return source->close(device.kind, device.key);
-} catch (const std::bad_alloc&) {
+} catch (...) {
     return NUV_ERROR_NOMEMORY;
 }
 
@@ -166,10 +164,9 @@ void Backend::State::close_all() {
     }
     while (!devices.empty()) {
         const auto device = devices.begin();
-        try {
-            source->close(device->kind, device->key);
-        } catch (const std::exception&) {
-            owner.writelogb(NUV_LOG_ERROR, "~Backend: closing handle %p threw", device->handle());
+        if (const unsigned int code = close_source(*device); code != NUV_NOERROR) {
+            owner.writelogb(NUV_LOG_ERROR, "~Backend: handle %p failed 0x%x", device->handle(),
+                            code);
         }
         forget(device);
     }

@@ -3,6 +3,7 @@
 #include <nuv/result.h>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <array>
@@ -72,9 +73,13 @@ bool Bench_file::Version::operator==(const Version& other) const {
 
 Bench_file::Bench_file() : locator("nuv_cameras"), current(std::make_shared<Bench_inventory>()) {}
 
-std::shared_ptr<Bench_file> Bench_file::of_process() {
-    // Shared, because back-ends may outlive this variable when the process exits.
-    static const auto file = std::make_shared<Bench_file>();
+Bench_file& Bench_file::of_process() {
+    // Never destroyed: back-ends, and forks, may come after the exit's destructors.
+    static auto& file = *new Bench_file;
+    // A child must not find it held by a thread that it does not have.
+    static const int registered = pthread_atfork(
+        [] { file.mutex.lock(); }, [] { file.mutex.unlock(); }, [] { file.mutex.unlock(); });
+    static_cast<void>(registered);
     return file;
 }
 

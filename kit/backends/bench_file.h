@@ -19,13 +19,14 @@ class Bench_file {
 public:
     Bench_file();
 
-    /// \return 0; `NUV_ERROR_INI_LOAD` when the file is there but cannot be read
+    /// \return 0; `NUV_ERROR_INI_LOAD` when the file is there but cannot be read; the INI locator's
+    ///         code for any other failure than that there is none
     unsigned int read(std::shared_ptr<const Bench_inventory>& inventory);
     /// What was not understood since the last call.
     std::vector<std::string> take_remarks();
 
     /// One for all back-ends of the process, so that the file is parsed and remarked upon once.
-    static std::shared_ptr<Bench_file> of_process();
+    static Bench_file& of_process();
 
 private:
     struct Version {

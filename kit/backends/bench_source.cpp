@@ -28,7 +28,7 @@ public:
     unsigned int find(std::vector<Camera>& cameras) override;
     unsigned int open(Device_kind kind, std::uint64_t key) override;
     unsigned int close(Device_kind kind, std::uint64_t key) override;
-    std::vector<std::string> take_remarks() override { return file->take_remarks(); }
+    std::vector<std::string> take_remarks() override { return file.take_remarks(); }
 
 private:
     using Inventory = std::shared_ptr<const Bench_inventory>;
@@ -37,12 +37,12 @@ private:
     const Bench_camera* camera(const Bench_inventory& inventory, std::uint64_t key) const;
 
     const std::uint16_t iftype;
-    const std::shared_ptr<Bench_file> file;
+    Bench_file& file;
 };
 
 unsigned int Bench_source::initialize() {
     Inventory inventory;
-    if (file->read(inventory) != NUV_NOERROR) {
+    if (file.read(inventory) != NUV_NOERROR) {
         return NUV_NOERROR;  // it may be mended while the process runs; the scans say so meanwhile
     }
     const Bench_backend backend = plan(*inventory);
@@ -52,7 +52,7 @@ unsigned int Bench_source::initialize() {
 
 unsigned int Bench_source::find(std::vector<Camera>& cameras) {
     Inventory inventory;
-    if (const unsigned int code = file->read(inventory); code != NUV_NOERROR) {
+    if (const unsigned int code = file.read(inventory); code != NUV_NOERROR) {
         return code;
     }
     const Bench_backend backend = plan(*inventory);
@@ -74,7 +74,7 @@ unsigned int Bench_source::find(std::vector<Camera>& cameras) {
 
 unsigned int Bench_source::open(Device_kind, std::uint64_t key) {
     Inventory inventory;
-    if (const unsigned int code = file->read(inventory); code != NUV_NOERROR) {
+    if (const unsigned int code = file.read(inventory); code != NUV_NOERROR) {
         return code;
     }
     const Bench_camera* found = camera(*inventory, key);
@@ -87,7 +87,7 @@ unsigned int Bench_source::open(Device_kind, std::uint64_t key) {
 
 unsigned int Bench_source::close(Device_kind, std::uint64_t key) {
     Inventory inventory;
-    if (file->read(inventory) != NUV_NOERROR) {
+    if (file.read(inventory) != NUV_NOERROR) {
         return NUV_NOERROR;  // as with a camera that has gone: there is nothing left to fail
     }
     const Bench_camera* found = camera(*inventory, key);

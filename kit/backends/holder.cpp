@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -64,16 +65,18 @@ static_assert(sizeof(Holder) == sizeof(NUV_Device::backend_data));
 
 Holder current_process() {
     // Asked at every scan. Only in a forked child it is another process than before.
-    thread_local Holder known;
-    if (known.process_id == getpid()) {
-        return known;
+    static std::atomic<std::uint64_t> known{0};  // process id above, start below
+    const auto process = static_cast<std::uint32_t>(getpid());
+    const std::uint64_t both = known.load(std::memory_order_relaxed);
+    if (both >> 32U == process) {
+        return {getpid(), static_cast<std::uint32_t>(both)};
     }
     const auto status = status_of(getpid());
     if (!status) {
         return {getpid(), 0};
     }
-    known = {getpid(), status->start_ticks};
-    return known;
+    known.store(std::uint64_t{process} << 32U | status->start_ticks, std::memory_order_relaxed);
+    return {getpid(), status->start_ticks};
 }
 
 Holder holder_of(const NUV_Device& device) {

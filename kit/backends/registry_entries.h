@@ -31,7 +31,7 @@ private:
     const bool held;
 };
 
-// What follows is called while `sem_rw` is held. Entries go by index, -1 for none.
+// What takes the registry is called while `sem_rw` is held. Entries go by index, -1 for none.
 
 int find_camera(const NUV_Devlist_Shm& registry, std::uint16_t iftype, std::uint64_t key);
 /// Of several cameras with the serial number the first that is present, else the first.

@@ -5,7 +5,6 @@
 #include <nuv/interface.h>
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
 /// Result codes of the kit's back-ends beside those of the library.

@@ -24,8 +24,11 @@ struct Camera {
 enum class Device_kind { grab, com };
 
 /// What a back-end needs of the cameras of one interface type; it knows nothing of the registry.
-/// Any thread, several at once, with neither the registry's `sem_rw` nor a lock of the back-end
-/// held: they may take their time. Each answers 0 or a code, which the back-end passes on.
+/// Any thread, several at once. Neither the registry's `sem_rw` nor a lock of the back-end is held,
+/// but mostly `sem_update` is: every scan, open and close of the machine waits meanwhile, and a
+/// scan pass of more than 10 s makes the registry look stale. Each answers 0 or a code, which the
+/// back-end passes on; what an open or find throws reaches the manager, which logs it. None may end
+/// the process: the thread that it runs on could not be waited for.
 class NUV_EXPORT Camera_source {
 public:
     Camera_source() = default;
@@ -39,7 +42,8 @@ public:
     virtual unsigned int find(std::vector<Camera>& cameras) = 0;
     /// Opens a device of the camera with this key. Nothing is open after any result but 0.
     virtual unsigned int open(Device_kind kind, std::uint64_t key) = 0;
-    /// Closes it, also when the camera has gone. After any result but 0 it is still open.
+    /// Closes it, also when the camera has gone. After any result but 0, and when it throws, it is
+    /// still open.
     virtual unsigned int close(Device_kind kind, std::uint64_t key) = 0;
     /// What the person who looks after the cameras should read in the log; each remark once.
     virtual std::vector<std::string> take_remarks() = 0;
