@@ -17,37 +17,6 @@ bool holds_camera(const NUV_Device& entry) {
     return entry.id != 0 || entry.serialnumber != 0 || entry.status_bits != 0;
 }
 
-std::string hexadecimal(const unsigned char* bytes, std::size_t count) {
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", bytes[i]);
-        text += digits;
-    }
-    return text;
-}
-
-/// A text: many readers of JSON keep numbers only up to 2^53.
-std::string hexadecimal(std::uint64_t number) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%" PRIx64, number);
-    return text;
-}
-
-nlohmann::ordered_json status_words(std::uint32_t bits) {
-    nlohmann::ordered_json words = nlohmann::ordered_json::array();
-    if (bits & NUV_STATUS_PRESENT) {
-        words.push_back("present");
-    }
-    if (bits & NUV_STATUS_GRAB_OPEN) {
-        words.push_back("grabber_open");
-    }
-    if (bits & NUV_STATUS_COM_OPEN) {
-        words.push_back("com_open");
-    }
-    return words;
-}
-
 }  // namespace
 
 std::vector<Camera> cameras_in(const NUV_Devlist_Shm& registry) {
@@ -87,6 +56,36 @@ std::string state_word(std::uint32_t status_bits) {
     }
 }
 
+std::vector<std::string> status_words(std::uint32_t status_bits) {
+    std::vector<std::string> words;
+    if (status_bits & NUV_STATUS_PRESENT) {
+        words.emplace_back("present");
+    }
+    if (status_bits & NUV_STATUS_GRAB_OPEN) {
+        words.emplace_back("grabber_open");
+    }
+    if (status_bits & NUV_STATUS_COM_OPEN) {
+        words.emplace_back("com_open");
+    }
+    return words;
+}
+
+std::string extended_info_text(const NUV_Device& entry) {
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%" PRIx64, entry.extended_info);
+    return text;
+}
+
+std::string backend_data_text(const NUV_Device& entry) {
+    std::string text;
+    for (const unsigned char byte : entry.backend_data) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", byte);
+        text += digits;
+    }
+    return text;
+}
+
 nlohmann::ordered_json camera_to_json(const Camera& camera) {
     const NUV_Device& entry = camera.entry;
     return {{"index", camera.index},
@@ -99,9 +98,10 @@ nlohmann::ordered_json camera_to_json(const Camera& camera) {
             {"status_bits", +entry.status_bits},
             {"status", status_words(entry.status_bits)},
             {"holder", holder_to_json(nuvkit::holder_of(entry))},
-            {"extended_info", hexadecimal(entry.extended_info)},
+            // A text: many readers of JSON keep numbers only up to 2^53.
+            {"extended_info", extended_info_text(entry)},
             {"entry_mark", +entry.entry_mark},
-            {"backend_data", hexadecimal(entry.backend_data, sizeof entry.backend_data)},
+            {"backend_data", backend_data_text(entry)},
             {"backend_word_a", +entry.backend_word_a},
             {"backend_word_b", +entry.backend_word_b}};
 }

@@ -27,6 +27,11 @@ std::string interface_name(const NUV_Device& entry);
 /// "unplugged", "present", "grabber open", "com open", or "open" for both.
 std::string state_word(std::uint32_t status_bits);
 
+/// "present", "grabber_open", "com_open", as many as hold.
+std::vector<std::string> status_words(std::uint32_t status_bits);
+std::string extended_info_text(const NUV_Device& entry);
+std::string backend_data_text(const NUV_Device& entry);
+
 nlohmann::ordered_json camera_to_json(const Camera& camera);
 nlohmann::ordered_json cameras_to_json(const std::vector<Camera>& cameras);
 

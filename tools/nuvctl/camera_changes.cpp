@@ -34,17 +34,12 @@ std::string devices(std::uint32_t bits) {
     }
 }
 
-bool same_holder(const NUV_Device& one, const NUV_Device& other) {
-    const nuvkit::Holder a = nuvkit::holder_of(one);
-    const nuvkit::Holder b = nuvkit::holder_of(other);
-    return a.process_id == b.process_id && a.start_ticks == b.start_ticks;
-}
-
 void add_open_changes(std::vector<Change>& changes, const NUV_Device& before, const Camera& after) {
     std::uint32_t were_open = before.status_bits & open_bits;
     std::uint32_t are_open = after.entry.status_bits & open_bits;
     // In other hands than before: closed and opened again between the two looks.
-    const bool changed_hands = were_open && are_open && !same_holder(before, after.entry);
+    const bool same_hands = nuvkit::holder_of(before) == nuvkit::holder_of(after.entry);
+    const bool changed_hands = were_open && are_open && !same_hands;
     const std::uint32_t kept = changed_hands ? 0 : were_open & are_open;
     were_open &= ~kept;
     are_open &= ~kept;

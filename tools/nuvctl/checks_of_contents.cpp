@@ -1,6 +1,7 @@
 // Whether what the registry holds is true, and what managers are told.
 #include "checks.h"
 #include "iftype_text.h"
+#include "joined.h"
 #include "safe_text.h"
 #include "suspects.h"
 
@@ -44,13 +45,9 @@ std::optional<Finding> check_serial_numbers(const Facts& facts) {
         if (same.size() < 2) {
             continue;
         }
-        std::string list;
-        for (const std::string& id : same) {
-            list += (list.empty() ? "" : ", ") + id;
-        }
         const std::string serial = std::to_string(key.second);
         finding.verdict = Verdict::warning;
-        finding.facts.push_back("cameras " + list + " (" + short_name(key.first) +
+        finding.facts.push_back("cameras " + joined(same, ", ") + " (" + short_name(key.first) +
                                 ") all have serial number " + serial +
                                 ": opening one may open another");
         finding.remedies.push_back("nuvctl show sn:" + serial);

@@ -1,8 +1,8 @@
 // Whether the registry is alive.
 #include "checks.h"
-#include "file_text.h"
 #include "process_text.h"
 #include "suspects.h"
+#include "time_text.h"
 
 #include <algorithm>
 

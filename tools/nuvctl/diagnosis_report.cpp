@@ -3,8 +3,10 @@
 #include "registry_report.h"
 #include "safe_text.h"
 #include "table.h"
+#include "terminal.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -70,11 +72,21 @@ void add_rows(Table& table, const Diagnosis& diagnosis, std::size_t width) {
     }
 }
 
+std::size_t width_before_facts(const std::vector<Diagnosis>& diagnoses) {
+    std::size_t verdict = 0;
+    std::size_t name = 0;
+    for (const Diagnosis& diagnosis : diagnoses) {
+        verdict = std::max(verdict, std::strlen(word_for(diagnosis.finding.verdict)));
+        name = std::max(name, std::strlen(diagnosis.check->name));
+    }
+    return verdict + column_gap + name + column_gap;
+}
+
 }  // namespace
 
 void print_diagnoses(const std::vector<Diagnosis>& diagnoses, bool colors) {
-    constexpr std::size_t before_text = 7 + 2 + 14 + 2;
-    const std::size_t width = terminal_width();
+    const std::size_t before_text = width_before_facts(diagnoses);
+    const std::size_t width = table_width();
     Table table;
     table.columns = {{"VERDICT"}, {"CHECK"}, {"FACTS"}};
     for (const Diagnosis& diagnosis : diagnoses) {

@@ -1,10 +1,7 @@
 #include "health.h"
 
 #include "checks.h"
-#include "descriptor.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -54,7 +51,7 @@ Registry_status settled_status() {
 
 /// Whether an attached manager has its lock on the region, wherever it runs. Only asks.
 bool is_somebody_present() {
-    const Descriptor region(shm_open(NUV_SHM_NAME, O_RDONLY | O_NONBLOCK, 0));
+    const Descriptor region = open_registry();
     return lock_on(region.number, presence_byte) == Lock_state::taken;
 }
 

@@ -8,7 +8,7 @@
 
 namespace nuvctl {
 
-/// As in the configuration file; the code itself for types that no back-end serves.
+/// As in the inventory of cameras; the code itself for types that no back-end serves.
 std::string short_name(std::uint16_t iftype);
 /// Nothing for a code outside the table.
 std::optional<std::string> display_name(std::uint16_t iftype);

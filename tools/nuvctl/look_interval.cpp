@@ -7,7 +7,7 @@
 namespace nuvctl {
 
 std::chrono::milliseconds Look_interval::duration() const {
-    return std::chrono::milliseconds(static_cast<int>(seconds * 1000));
+    return milliseconds_of(seconds);
 }
 
 void add_interval(CLI::App& arguments, Look_interval& interval) {

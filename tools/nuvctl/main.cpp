@@ -1,5 +1,5 @@
-#include "reading_options.h"
 #include "safe_text.h"
+#include "terminal.h"
 #include "verb.h"
 
 #include <locale.h>

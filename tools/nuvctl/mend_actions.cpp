@@ -1,6 +1,7 @@
 #include "mend_actions.h"
 
 #include "descriptor.h"
+#include "joined.h"
 #include "process_text.h"
 #include "registry_view.h"
 #include "result_text.h"
@@ -23,15 +24,24 @@
 #include <cstring>
 #include <limits>
 #include <thread>
+#include <utility>
 
 namespace nuvctl {
 namespace {
+
+bool is_attached(unsigned int initialized) {
+    return initialized == NUV_NOERROR || initialized == NUV_DIFFTIME_OUT;
+}
+
+std::string refusal(unsigned int initialized) {
+    return "cannot attach to the registry: " + result_text(initialized);
+}
 
 /// This process attached to the registry, and alone in it while it lives.
 class Registry_hold {
 public:
     Registry_hold() : code(manager.Initialize()) {
-        if (is_attached()) {
+        if (is_attached(code)) {
             acquired = manager.sema_rw->wait() == 0;
         }
     }
@@ -46,13 +56,9 @@ public:
     bool has_cleared() const { return code == NUV_DIFFTIME_OUT; }
     NUV_Devlist_Shm& region() const { return *manager.devlist_shm; }
     /// Empty when it is held.
-    std::string problem() const {
-        return acquired ? "" : "cannot attach to the registry: " + result_text(code);
-    }
+    std::string problem() const { return acquired ? "" : refusal(code); }
 
 private:
-    bool is_attached() const { return code == NUV_NOERROR || code == NUV_DIFFTIME_OUT; }
-
     CNuv_shm_manager manager;  // detaches after the destructor has given the semaphore back
     const unsigned int code;
     bool acquired = false;
@@ -101,15 +107,15 @@ std::string end_process(const Process& process) {
 }  // namespace
 
 std::string remove_odd_file() {
-    const std::string refusal = std::string("cannot remove ") + registry_path + ": ";
+    const std::string failure = std::string("cannot remove ") + registry_path + ": ";
     struct stat file;
     if (lstat(registry_path, &file) != 0) {
-        return errno == ENOENT ? "" : refusal + std::strerror(errno);
+        return errno == ENOENT ? "" : failure + std::strerror(errno);
     }
     if (S_ISREG(file.st_mode) || S_ISDIR(file.st_mode)) {
-        return refusal + "it is something else by now";
+        return failure + "it is something else by now";
     }
-    return unlink(registry_path) == 0 ? "" : refusal + std::strerror(errno);
+    return unlink(registry_path) == 0 ? "" : failure + std::strerror(errno);
 }
 
 std::string replace_registry() {
@@ -141,11 +147,10 @@ std::string await_sem_rw() {
     return "no manager frees sem_rw: end the processes that `nuvctl who` lists, then try again";
 }
 
-std::string free_sem_update() {
+std::string settle_semaphores() {
     CNuv_shm_manager manager;
-    const unsigned int code = manager.Initialize();
-    if (code != NUV_NOERROR && code != NUV_DIFFTIME_OUT) {
-        return "cannot attach to the registry: " + result_text(code);
+    if (const unsigned int code = manager.Initialize(); !is_attached(code)) {
+        return refusal(code);
     }
     if (manager.sema_update->wait() != 0) {
         return "cannot wait for sem_update";
@@ -169,12 +174,13 @@ std::string release_cameras_of_the_dead() {
 }
 
 std::string end_processes(const std::vector<Region_user>& users) {
-    std::string problems;
+    std::vector<std::string> problems;
     for (const Region_user& user : users) {
-        const std::string problem = end_process(user.process);
-        problems += (problems.empty() || problem.empty() ? "" : ", ") + problem;
+        if (std::string problem = end_process(user.process); !problem.empty()) {
+            problems.push_back(std::move(problem));
+        }
     }
-    return problems;
+    return joined(problems, ", ");
 }
 
 }  // namespace nuvctl

@@ -26,9 +26,9 @@ std::string correct_count();
 /// only clear the registry under the living, keeps away.
 std::string await_sem_rw();
 
-/// Takes and gives back `sem_update`, which frees it when its holder has died, and takes away what
-/// was posted too often.
-std::string free_sem_update();
+/// Attaches, which takes `sem_rw` and with it what was posted to it too often; then takes and gives
+/// back `sem_update`, which frees it when its holder has died, and takes its surplus away too.
+std::string settle_semaphores();
 
 std::string release_cameras_of_the_dead();
 

@@ -54,9 +54,9 @@ void plan_for_semaphores(const Facts& facts, std::vector<Mend>& mends) {
         mends.push_back({"wait until the managers free sem_rw, 15 s at most", "", await_sem_rw});
     }
     if (update_holder_is_lost(facts)) {
-        mends.push_back({"free sem_update, whose holder has died", "", free_sem_update});
+        mends.push_back({"free sem_update, whose holder has died", "", settle_semaphores});
     } else if (semaphores.update.value > 1 || semaphores.rw.value > 1) {
-        mends.push_back({"take the surplus posts from the semaphores", "", free_sem_update});
+        mends.push_back({"take the surplus posts from the semaphores", "", settle_semaphores});
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "file_text.h"
 #include "safe_text.h"
+#include "time_text.h"
 
 #include <nlohmann/json.hpp>
 

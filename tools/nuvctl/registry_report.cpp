@@ -1,6 +1,6 @@
 #include "registry_report.h"
 
-#include "reading_options.h"
+#include "json_output.h"
 
 #include <iostream>
 #include <nlohmann/json.hpp>

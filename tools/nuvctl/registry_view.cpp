@@ -1,7 +1,5 @@
 #include "registry_view.h"
 
-#include "descriptor.h"
-
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -118,8 +116,7 @@ void judge_heartbeat(Registry_view& view) {
 }
 
 Registry_view look_once() {
-    // Without O_NONBLOCK a pipe under that name would keep us waiting for a writer.
-    const Descriptor descriptor(shm_open(NUV_SHM_NAME, O_RDONLY | O_NONBLOCK, 0));
+    const Descriptor descriptor = open_registry();
     if (descriptor.number >= 0) {
         return look_at_registry(descriptor.number);
     }
@@ -143,6 +140,11 @@ bool may_be_in_creation(const Registry_view& view) {
 }
 
 }  // namespace
+
+Descriptor open_registry() {
+    // Without O_NONBLOCK a pipe under that name would keep us waiting for a writer.
+    return Descriptor(shm_open(NUV_SHM_NAME, O_RDONLY | O_NONBLOCK, 0));
+}
 
 Registry_view look_at_registry() {
     Registry_view view = look_once();

@@ -2,6 +2,8 @@
 // attached to, locked or changed.
 #pragma once
 
+#include "descriptor.h"
+
 #include <nuv/registry_layout.h>
 
 #include <sys/stat.h>
@@ -34,6 +36,10 @@ constexpr char registry_path[] = "/dev/shm/nuv_device_shmem";
 
 /// Seconds after which an attaching manager finds the registry stale.
 constexpr std::uint64_t staleness_tolerance = 10;
+
+/// The registry by its name, open to look on. A negative number when it can't be opened; `errno`
+/// tells why.
+Descriptor open_registry();
 
 /// Looks the registry up by name. One that is just being created is looked at again for 200 ms.
 Registry_view look_at_registry();

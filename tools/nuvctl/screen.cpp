@@ -1,7 +1,6 @@
 #include "screen.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
+#include "terminal.h"
 
 #include <iostream>
 
@@ -17,16 +16,6 @@ constexpr char clear_rest[] = "\x1b[J";
 
 }  // namespace
 
-Screen_size screen_size() {
-    winsize size = {};
-    ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
-    Screen_size result;
-    if (size.ws_col > 0 && size.ws_row > 0) {
-        result = {size.ws_col, size.ws_row};
-    }
-    return result;
-}
-
 Screen::Screen() {
     std::cout << enter << std::flush;
 }
@@ -36,7 +25,7 @@ Screen::~Screen() {
 }
 
 void Screen::draw(const std::vector<std::string>& lines) {
-    const std::size_t rows = screen_size().rows;
+    const std::size_t rows = terminal_size().rows;
     std::string frame = home;
     for (std::size_t i = 0; i < lines.size() && i < rows; ++i) {
         frame += (i > 0 ? "\r\n" : "") + lines[i] + clear_line;

@@ -1,5 +1,6 @@
 #include "seconds.h"
 
+#include <cstdint>
 #include <sstream>
 #include <string>
 
@@ -16,6 +17,10 @@ CLI::Validator seconds_between(double least, double most) {
         return mistake.str();
     };
     return CLI::Validator("").operation(mistake_in);
+}
+
+std::chrono::milliseconds milliseconds_of(double seconds) {
+    return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
 }
 
 }  // namespace nuvctl

@@ -1,9 +1,7 @@
 #include "semaphore_look.h"
 
-#include "descriptor.h"
-
-#include <fcntl.h>
-#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <thread>
@@ -17,8 +15,7 @@ using std::chrono::steady_clock;
 /// The region of the view, opened again to look on; nothing more is seen of one that was replaced.
 class Onlooker {
 public:
-    explicit Onlooker(const Registry_view& view)
-        : region(shm_open(NUV_SHM_NAME, O_RDONLY | O_NONBLOCK, 0)) {
+    explicit Onlooker(const Registry_view& view) : region(open_registry()) {
         struct stat file;
         same = fstat(region.number, &file) == 0 && file.st_ino == view.file->st_ino &&
                file.st_dev == view.file->st_dev;

@@ -2,6 +2,7 @@
 #include "iftype_text.h"
 #include "process_text.h"
 #include "registry_status.h"
+#include "time_text.h"
 
 #include <cstdio>
 

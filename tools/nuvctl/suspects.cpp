@@ -1,6 +1,7 @@
 #include "suspects.h"
 
 #include "file_text.h"
+#include "joined.h"
 #include "process_text.h"
 
 #include <nuvkit/holder.h>
@@ -152,12 +153,12 @@ std::string continuing(const Facts& facts, const std::vector<Region_user>& users
 }
 
 std::string names_of(const std::vector<Region_user>& users) {
-    std::string names;
+    std::vector<std::string> names;
     for (const Region_user& user : users) {
-        names += (names.empty() ? "" : ", ") + process_text(user.process) + " (" +
-                 user_name(user.process.user) + (user.process.stopped ? ", stopped)" : ")");
+        names.push_back(process_text(user.process) + " (" + user_name(user.process.user) +
+                        (user.process.stopped ? ", stopped)" : ")"));
     }
-    return names;
+    return joined(names, ", ");
 }
 
 }  // namespace nuvctl

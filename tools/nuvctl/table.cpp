@@ -1,10 +1,6 @@
 #include "table.h"
 
-#include "reading_options.h"
 #include "safe_text.h"
-
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <iostream>
@@ -12,8 +8,6 @@
 
 namespace nuvctl {
 namespace {
-
-constexpr std::size_t gap = 2;
 
 std::vector<std::size_t> natural_widths(const Table& table, bool headings) {
     std::vector<std::size_t> widths;
@@ -29,7 +23,7 @@ std::vector<std::size_t> natural_widths(const Table& table, bool headings) {
 
 /// Takes what is too much from the widest of the columns that may give way, column by column.
 void fit(std::vector<std::size_t>& widths, const std::vector<Column>& columns, std::size_t limit) {
-    const std::size_t gaps = gap * (columns.size() - 1);
+    const std::size_t gaps = column_gap * (columns.size() - 1);
     while (std::accumulate(widths.begin(), widths.end(), gaps) > limit) {
         std::size_t widest = columns.size();
         for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -61,7 +55,7 @@ std::string line_of(const std::vector<Cell>& row, const std::vector<Column>& col
         const bool last = i + 1 == row.size();
         line += (columns[i].right_aligned ? padding : "") + colored(text, row[i].color, colors) +
                 (columns[i].right_aligned || last ? "" : padding) +
-                (last ? "" : std::string(gap, ' '));
+                (last ? "" : std::string(column_gap, ' '));
     }
     return line;
 }
@@ -91,15 +85,6 @@ void Table::print(bool headings, bool colors, std::size_t width) const {
     for (const std::string& line : lines(headings, colors, width)) {
         std::cout << line << '\n';
     }
-}
-
-std::size_t terminal_width() {
-    if (!is_terminal_output()) {
-        return 0;
-    }
-    winsize size = {};
-    ioctl(STDOUT_FILENO, TIOCGWINSZ, &size);
-    return std::max<std::size_t>(size.ws_col, 80);
 }
 
 }  // namespace nuvctl

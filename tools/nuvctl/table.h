@@ -15,6 +15,9 @@ struct Cell {
     Color color = Color::none;
 };
 
+/// Columns of space between two columns of a table.
+constexpr std::size_t column_gap = 2;
+
 struct Column {
     std::string title;
     bool right_aligned = false;
@@ -31,8 +34,5 @@ struct Table {
     std::vector<std::string> lines(bool headings, bool colors, std::size_t width) const;
     void print(bool headings, bool colors, std::size_t width) const;
 };
-
-/// Columns of the terminal that standard output is, at least 80; 0 when it is none.
-std::size_t terminal_width();
 
 }  // namespace nuvctl

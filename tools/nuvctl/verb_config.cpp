@@ -1,9 +1,11 @@
 #include "config_check.h"
 #include "config_example.h"
 #include "config_file.h"
+#include "json_output.h"
 #include "reading_options.h"
 #include "safe_text.h"
 #include "table.h"
+#include "terminal.h"
 #include "verb.h"
 
 #include <CLI/CLI.hpp>
@@ -111,7 +113,7 @@ void print_settings(const Config_file& file, const Reading_options& options) {
                               {source_of(setting)},
                               {setting.key->meaning}});
     }
-    table.print(!options.no_headings, wants_color(options), terminal_width());
+    table.print(!options.no_headings, wants_color(options), table_width());
 }
 
 void print_remarks(const Config_file& file, const std::vector<Config_remark>& remarks,

@@ -1,4 +1,5 @@
 #include "diagnosis_report.h"
+#include "json_output.h"
 #include "reading_options.h"
 #include "verb.h"
 

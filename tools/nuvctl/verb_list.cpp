@@ -1,6 +1,8 @@
 #include "camera_table.h"
+#include "json_output.h"
 #include "reading_options.h"
 #include "registry_report.h"
+#include "terminal.h"
 #include "verb.h"
 
 #include <CLI/CLI.hpp>
@@ -21,7 +23,7 @@ Exit list(const Reading_options& options) {
         answer["cameras"] = cameras_to_json(cameras);
         print_json(answer);
     } else if (!cameras.empty()) {
-        camera_table(cameras).print(!options.no_headings, wants_color(options), terminal_width());
+        camera_table(cameras).print(!options.no_headings, wants_color(options), table_width());
     } else if (view.bytes && is_terminal_output()) {
         std::cerr << "nuvctl: the registry holds no cameras\n";
     }

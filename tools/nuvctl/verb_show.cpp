@@ -1,6 +1,8 @@
 #include "camera.h"
 #include "camera_changes.h"
 #include "iftype_text.h"
+#include "joined.h"
+#include "json_output.h"
 #include "process_text.h"
 #include "reading_options.h"
 #include "registry_report.h"
@@ -28,16 +30,12 @@ std::string interface_text(std::uint16_t iftype) {
            ")";
 }
 
-std::string joined(const nlohmann::ordered_json& words) {
-    std::string text;
-    for (const nlohmann::ordered_json& word : words) {
-        text += (text.empty() ? "" : ", ") + word.get<std::string>();
-    }
-    return text.empty() ? "none" : text;
+std::string status_text(std::uint32_t bits) {
+    const std::vector<std::string> words = status_words(bits);
+    return std::to_string(bits) + " (" + (words.empty() ? "none" : joined(words, ", ")) + ")";
 }
 
 Table table_of(const Camera& camera) {
-    const nlohmann::ordered_json fields = camera_to_json(camera);
     const NUV_Device& entry = camera.entry;
     Table table;
     table.columns = {{""}, {""}};
@@ -50,10 +48,10 @@ Table table_of(const Camera& camera) {
     add("Interface", interface_text(entry.nuv_iftype));
     add("Interface name", safe_text(interface_name(entry)));
     add("State", state_word(entry.status_bits));
-    add("Status bits", std::to_string(entry.status_bits) + " (" + joined(fields["status"]) + ")");
+    add("Status bits", status_text(entry.status_bits));
     add("Holder", holder_details(nuvkit::holder_of(entry)));
-    add("Extended info", fields["extended_info"]);
-    add("Back-end data", fields["backend_data"]);
+    add("Extended info", extended_info_text(entry));
+    add("Back-end data", backend_data_text(entry));
     add("Back-end words",
         std::to_string(entry.backend_word_a) + ", " + std::to_string(entry.backend_word_b));
     add("Entry",

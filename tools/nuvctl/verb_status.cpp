@@ -1,3 +1,4 @@
+#include "json_output.h"
 #include "reading_options.h"
 #include "registry_report.h"
 #include "registry_status.h"
@@ -17,8 +18,7 @@ struct Request {
 };
 
 Exit status(const Request& request) {
-    const Registry_status status =
-        examine_registry(std::chrono::milliseconds(static_cast<int>(request.watch * 1000)));
+    const Registry_status status = examine_registry(milliseconds_of(request.watch));
     report_problem(status.view);
     if (request.options.json) {
         print_json(status_to_json(status));

@@ -1,10 +1,12 @@
 #include "camera_table.h"
+#include "json_output.h"
 #include "look_interval.h"
 #include "reading_options.h"
 #include "registry_report.h"
 #include "safe_text.h"
 #include "seconds.h"
 #include "selector.h"
+#include "terminal.h"
 #include "verb.h"
 
 #include <CLI/CLI.hpp>
@@ -42,20 +44,20 @@ std::vector<Camera> present(const Registry_view& view, const Selector& selector)
     return cameras;
 }
 
-enum class Verdict { go_on, as_wanted, hopeless };
+enum class Outlook { go_on, as_wanted, hopeless };
 
 /// A stale registry tells neither that a camera is there nor that it is gone: its managers may be
 /// stopped. Where there is no registry, nobody has a camera.
-Verdict judge(const Registry_view& view, const std::vector<Camera>& found, bool gone) {
+Outlook judge(const Registry_view& view, const std::vector<Camera>& found, bool gone) {
     switch (view.state) {
         case Registry_state::live:
-            return found.empty() == gone ? Verdict::as_wanted : Verdict::go_on;
+            return found.empty() == gone ? Outlook::as_wanted : Outlook::go_on;
         case Registry_state::absent:
-            return gone ? Verdict::as_wanted : Verdict::go_on;
+            return gone ? Outlook::as_wanted : Outlook::go_on;
         case Registry_state::stale:
-            return Verdict::go_on;
+            return Outlook::go_on;
         default:
-            return Verdict::hopeless;
+            return Outlook::hopeless;
     }
 }
 
@@ -63,8 +65,7 @@ class Deadline {
 public:
     explicit Deadline(const std::optional<double>& seconds) {
         if (seconds) {
-            moment = steady_clock::now() +
-                     std::chrono::milliseconds(static_cast<std::int64_t>(*seconds * 1000));
+            moment = steady_clock::now() + milliseconds_of(*seconds);
         }
     }
     bool has_passed() const { return moment && steady_clock::now() >= *moment; }
@@ -86,7 +87,7 @@ Exit answer(const Request& request, const Registry_view& view, const std::vector
         print_json(json);
     } else if (!found.empty() && code == Exit::done) {
         camera_table(found).print(!request.options.no_headings, wants_color(request.options),
-                                  terminal_width());
+                                  table_width());
     }
     return code;
 }
@@ -102,11 +103,11 @@ Exit wait_for(const Request& request) {
             report_problem(view);
         }
         switch (judge(view, found, request.gone)) {
-            case Verdict::as_wanted:
+            case Outlook::as_wanted:
                 return answer(request, view, found, Exit::done);
-            case Verdict::hopeless:
+            case Outlook::hopeless:
                 return answer(request, view, found, exit_code_for(view.state));
-            case Verdict::go_on:
+            case Outlook::go_on:
                 break;
         }
         if (deadline.has_passed()) {

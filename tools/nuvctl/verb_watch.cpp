@@ -1,11 +1,13 @@
 #include "camera_table.h"
-#include "file_text.h"
+#include "json_output.h"
 #include "look_interval.h"
 #include "reading_options.h"
 #include "registry_follower.h"
 #include "registry_report.h"
 #include "screen.h"
 #include "stop_signals.h"
+#include "terminal.h"
+#include "time_text.h"
 #include "verb.h"
 
 #include <CLI/CLI.hpp>
@@ -82,7 +84,7 @@ public:
     }
 
     std::vector<std::string> lines(const Registry_follower& follower) const {
-        const Screen_size size = screen_size();
+        const Terminal_size size = terminal_size();
         std::vector<std::string> lines;
         if (!options.no_headings) {
             const std::string& problem = follower.view().problem;

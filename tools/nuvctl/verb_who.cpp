@@ -1,11 +1,15 @@
 #include "camera.h"
 #include "file_text.h"
+#include "joined.h"
+#include "json_output.h"
 #include "process_text.h"
 #include "reading_options.h"
 #include "region_users.h"
 #include "registry_report.h"
 #include "safe_text.h"
 #include "table.h"
+#include "terminal.h"
+#include "time_text.h"
 #include "verb.h"
 
 #include <CLI/CLI.hpp>
@@ -42,10 +46,6 @@ Person person_of(const Region_user& user) {
     return person;
 }
 
-bool is_same(const nuvkit::Holder& one, const nuvkit::Holder& other) {
-    return one.process_id == other.process_id && one.start_ticks == other.start_ticks;
-}
-
 enum class Place { current, removed, replaced, elsewhere, unknown };
 
 Place place_of(const Region_user& user, const Registry_view& view) {
@@ -75,7 +75,7 @@ std::vector<Person> people_of(const Registry_view& view, const Region_users& fou
             continue;
         }
         auto person = std::find_if(people.begin(), people.end(), [&](const Person& one) {
-            return is_same(one.identity, holder) && (!one.user || is_on(*one.user, view));
+            return one.identity == holder && (!one.user || is_on(*one.user, view));
         });
         if (person == people.end()) {
             person = people.insert(people.end(), person_of(holder));
@@ -90,12 +90,12 @@ const char* region_word(const Region_user& user, const Registry_view& view) {
     return words[static_cast<int>(place_of(user, view))];
 }
 
-std::string joined(const std::vector<unsigned int>& ids) {
-    std::string text;
-    for (const unsigned int id : ids) {
-        text += (text.empty() ? "" : ",") + std::to_string(id);
+std::string cameras_text(const Person& person) {
+    std::vector<std::string> ids;
+    for (const unsigned int id : person.cameras) {
+        ids.push_back(std::to_string(id));
     }
-    return text.empty() ? "-" : text;
+    return ids.empty() ? "-" : joined(ids, ",");
 }
 
 std::vector<Cell> row_of(const Person& person, const Registry_view& view) {
@@ -108,7 +108,7 @@ std::vector<Cell> row_of(const Person& person, const Registry_view& view) {
             {person.process ? time_text(person.process->started) : "-"},
             {person.user ? std::to_string(person.user->managers) : "-"},
             {region, region == "current" || region == "-" ? Color::none : Color::red},
-            {joined(person.cameras)}};
+            {cameras_text(person)}};
 }
 
 void print_table(const std::vector<Person>& people, const Registry_view& view,
@@ -122,7 +122,7 @@ void print_table(const std::vector<Person>& people, const Registry_view& view,
     for (const Person& person : people) {
         table.rows.push_back(row_of(person, view));
     }
-    table.print(!options.no_headings, wants_color(options), terminal_width());
+    table.print(!options.no_headings, wants_color(options), table_width());
 }
 
 void report_unexamined(const Region_users& found) {

@@ -16,6 +16,10 @@ struct Holder {
     std::uint32_t start_ticks = 0;  ///< low 32 bits of the process's start, clock ticks since boot
 };
 
+inline bool operator==(const Holder& one, const Holder& other) {
+    return one.process_id == other.process_id && one.start_ticks == other.start_ticks;
+}
+
 /// The calling process.
 NUV_EXPORT Holder current_process();
 /// Who has the camera of this entry open; nobody when it has not been written.

@@ -1,0 +1,13 @@
+#include "joined.h"
+
+namespace nuvctl {
+
+std::string joined(const std::vector<std::string>& words, const char* separator) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : separator) + word;
+    }
+    return text;
+}
+
+}  // namespace nuvctl
