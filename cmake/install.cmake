@@ -46,9 +46,12 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/nuvctl.1.gz
 install(FILES tools/nuvctl/completion.bash RENAME nuvctl
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
 
-# A configuration to copy and change
-install(FILES packaging/nuv_devicemgr.ini
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/nuvdevmgr COMPONENT runtime)
+# A configuration and bench cameras to copy and change. Not with the libraries: those of a later
+# soname are to be installed beside these.
+install(FILES
+    packaging/nuv_cameras.ini
+    packaging/nuv_devicemgr.ini
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/nuvdevmgr COMPONENT tool)
 
 # A service that keeps the registry, to be copied where systemd looks
 install(FILES

@@ -4,6 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
+
 namespace {
 
 using nuvkit::Bench_inventory;
@@ -37,6 +42,20 @@ TEST(Inventory, EachKeyIsReadAndHasADefault) {
     EXPECT_EQ((Numbers{backend.initialize_result, backend.initialize_delay_ms, backend.scan_result,
                        backend.scan_delay_ms}),
               (Numbers{1, 2, 3, 4}));
+}
+
+TEST(Inventory, InstalledExampleIsUnderstoodWithAllThatItOffers) {
+    std::ostringstream example;
+    example << std::ifstream(EXAMPLE_CAMERAS_PATH).rdbuf();
+    const std::string whole = std::regex_replace(example.str(), std::regex("\n;(?=[^ ])"), "\n");
+    const Bench_inventory inventory = parse_bench_inventory(whole);
+    EXPECT_TRUE(inventory.remarks.empty()) << inventory.remarks[0];
+    std::set<std::uint16_t> interfaces;
+    for (const nuvkit::Bench_camera& camera : inventory.cameras) {
+        interfaces.insert(camera.iftype);
+    }
+    EXPECT_EQ(interfaces.size(), 6U);
+    EXPECT_EQ(inventory.backends.count(NUV_IFTYPE_GIGE), 1U);
 }
 
 TEST(Inventory, KeyTellsCamerasApartThatShareASerialNumber) {
