@@ -58,6 +58,7 @@ void Floor::store(const NUV_Device& device) {
 
 void Floor::list(unsigned int iftype, std::vector<NUV_Device>& devices) {
     sem_wait(semaphore_in_mapping);
+#pragma GCC unroll 16
     for (const NUV_Device& entry : mapping->nuvdevice) {
         if (entry.nuv_iftype == iftype) {
             devices.push_back(entry);

@@ -52,19 +52,24 @@ Comparison registration() {
                     [floor = world.floor](const NUV_Device& device) { floor->store(device); })};
 }
 
-Comparison list_of_type() {
-    const World world;
+/// To be moved on: a copy would have no room.
+std::vector<NUV_Device> list_with_room() {
     std::vector<NUV_Device> list;
     list.reserve(NUV_DEVICE_COUNT);
+    return list;
+}
+
+Comparison list_of_type() {
+    const World world;
     constexpr int in_a_round = 200;
     return {repeated(in_a_round,
-                     [manager = world.manager, list]() mutable {
+                     [manager = world.manager, list = list_with_room()]() mutable {
                          list.clear();
                          manager->get_devlist_if(NUV_IFTYPE_USB3, list);
                          benchmark::DoNotOptimize(list.data());
                          benchmark::ClobberMemory();
                      }),
-            repeated(in_a_round, [floor = world.floor, list]() mutable {
+            repeated(in_a_round, [floor = world.floor, list = list_with_room()]() mutable {
                 list.clear();
                 floor->list(NUV_IFTYPE_USB3, list);
                 benchmark::DoNotOptimize(list.data());
