@@ -131,7 +131,7 @@ TEST(Watch, TerminalIsRedrawnFittedToItsSizeAndGivenBack) {
     EXPECT_NE(terminal.seen.find("\x1b[?25h\x1b[?1049l"), std::string::npos) << terminal.seen;
 }
 
-TEST(Wait, EndsWhenTheCameraIsThereOrGone) {
+TEST(Wait, EndsWhenTheCameraIsThereOrGoneOrCannotBe) {
     Child wait = start({"wait", "sn:77", "--no-headings"});
     expect_next(wait, "there is no registry");
     NUV_Device unplugged = camera(3, 8, 77, "belt");
@@ -145,15 +145,16 @@ TEST(Wait, EndsWhenTheCameraIsThereOrGone) {
     EXPECT_EQ(wait.wait(), 0);
     std::filesystem::remove(registry_path());
     EXPECT_EQ(interface.wait(), 0);
+
+    Child hopeless = start({"wait", "sn:77"});
+    expect_next(hopeless, "there is no registry");
+    publish("short");
+    expect_next(hopeless, "has 5 bytes");
+    EXPECT_EQ(hopeless.wait(), 1);
 }
 
-TEST(Wait, TimeAndHopelessRegistriesEndIt) {
+TEST(Wait, TimeEndsIt) {
     EXPECT_EQ(run_tool({"wait", "1", "--timeout", "0.05"}).code, 6);
-    Child wait = start({"wait", "1"});
-    expect_next(wait, "there is no registry");
-    publish("short");
-    expect_next(wait, "has 5 bytes");
-    EXPECT_EQ(wait.wait(), 1);
     publish(registry_with({camera(3, 8, 77, "belt")}));
     const Outcome late = run_tool({"wait", "belt", "--gone", "--timeout", "0.05", "--json"});
     EXPECT_EQ(late.code, 6);
