@@ -9,8 +9,9 @@
 
 namespace nuvkit {
 
-/// Decimal, hexadecimal behind 0x, octal behind 0; up to the first character that does not fit. A
-/// value that starts with no digit is 0, one that is too large the largest number.
+/// Decimal, hexadecimal behind 0x, octal behind 0; up to the first character that does not fit.
+/// Blanks and a sign may stand in front; behind a minus a number is counted down from the largest
+/// one plus 1. A value without a digit there is 0, one that is too large the largest number.
 inline unsigned long read_number(const char* value) {
     return std::strtoul(value, nullptr, 0);
 }
