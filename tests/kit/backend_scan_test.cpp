@@ -2,9 +2,14 @@
 
 #include <nuv/result.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 namespace {
 
@@ -35,6 +40,29 @@ TEST_F(Scan, EditedInventoryPlugsUnplugsAndRenames) {
     std::filesystem::remove(write_inventory(""));
     EXPECT_EQ(scan(), 0U);
     EXPECT_TRUE(listed().empty());
+}
+
+TEST_F(Scan, ForkedChildMayScanWhateverAThreadIsDoing) {
+    start(camera("left", 11));
+    std::atomic<bool> done{false};
+    std::thread scanner([&] {
+        while (!done) {
+            scan();
+        }
+    });
+    for (int round = 0; round < 30; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(30);
+            CNuv_interface_usb3 own(nullptr, 0);
+            _exit(own.initialize() == 0 ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        ASSERT_EQ(status, 0) << round;
+    }
+    done = true;
+    scanner.join();
 }
 
 TEST_F(Scan, EditThatTheFilesTimeDoesNotShowIsSeen) {

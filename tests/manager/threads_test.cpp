@@ -1,8 +1,12 @@
 #include "manager_world.h"
 #include "support/faults.h"
 
+#include <pthread.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <climits>
+#include <csignal>
 
 namespace manager_test {
 namespace {
@@ -70,6 +74,37 @@ TEST_F(Threads, StopAndANewScanOptionWaitForARunningPass) {
     EXPECT_TRUE(record.contains("update_devices_in_shmlist() returned 0"));
     EXPECT_EQ(usb2.count(Step::update), 1);
     EXPECT_EQ(manager->get_interface_options(NUV_IFTYPE_USB2), 0x12U);
+}
+
+TEST_F(Threads, ScanSwitchedOffDuringAnOpenStaysOff) {
+    initialize_quietly(std::string(own_log) + usb_only);
+    const unsigned int camera = add_camera(NUV_IFTYPE_USB2, 1234);
+    std::thread switching;
+    usb2.in_step = [&](Step step) {
+        if (step == Step::open) {
+            record.clear();
+            switching =
+                std::thread([&] { manager->add_interface_option(NUV_IFTYPE_USB2, no_scan); });
+            wait_until([&] { return record.contains("for iftype 6 synchronize"); });
+        }
+        return 0U;
+    };
+    CNuv_grab* grab = nullptr;
+    EXPECT_EQ(manager->open_grab_device_from_id(camera, &grab), NUV_NOERROR);
+    switching.join();
+    EXPECT_EQ(manager->get_interface_options(NUV_IFTYPE_USB2), +DEVMGR_IF_OPTION_DISABLE_SCAN);
+}
+
+TEST_F(Threads, LeaveTheProgramItsSignals) {
+    initialize_quietly(usb_only);
+    scan_every(3'600'000);
+    sigset_t ours;
+    sigemptyset(&ours);
+    sigaddset(&ours, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &ours, nullptr);
+    kill(getpid(), SIGUSR1);  // by its default action a thread that takes it ends the process
+    const timespec soon{1, 0};
+    EXPECT_EQ(sigtimedwait(&ours, nullptr, &soon), SIGUSR1);
 }
 
 TEST_F(Threads, AreStartedOnlyWhenTheyCanBe) {
