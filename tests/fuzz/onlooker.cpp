@@ -4,79 +4,62 @@
 #include "tools/nuvctl/camera_changes.h"
 #include "tools/nuvctl/verb.h"
 
-#include <locale.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <functional>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 
 namespace nuv_fuzz {
 namespace {
 
-bool is_control(char byte) {
-    return (static_cast<unsigned char>(byte) < 0x20 && byte != '\n') || byte == 0x7F;
-}
-
 void require_fit_for_terminal(const std::string& text) {
-    require(std::none_of(text.begin(), text.end(), is_control), "no control character is printed");
+    const bool has_control = std::any_of(text.begin(), text.end(), [](unsigned char byte) {
+        return (byte < 0x20 && byte != '\n') || byte == 0x7F;
+    });
+    require(!has_control, "no control character is printed");
 }
 
-/// What a verb writes, to either stream, instead of the two.
-class Captured_output {
-public:
-    Captured_output() : out(std::cout.rdbuf(&text)), error(std::cerr.rdbuf(&text)) {}
-    Captured_output(const Captured_output&) = delete;
-    Captured_output& operator=(const Captured_output&) = delete;
-    ~Captured_output() {
-        std::cout.rdbuf(out);
-        std::cerr.rdbuf(error);
-        require_fit_for_terminal(text.str());
-    }
-
-private:
-    std::stringbuf text;
-    std::streambuf* const out;
-    std::streambuf* const error;
-};
-
+/// Both streams are those of the verb while it runs.
 std::function<void()> verb(nuvctl::Action (*declare)(CLI::App&), const char* arguments) {
     CLI::App app;
     const nuvctl::Action action = declare(app);
     app.parse(arguments, false);
     return [action] {
-        const Captured_output captured;
+        std::stringbuf text;
+        std::streambuf* const out = std::cout.rdbuf(&text);
+        std::streambuf* const error = std::cerr.rdbuf(&text);
         action();
+        std::cout.rdbuf(out);
+        std::cerr.rdbuf(error);
+        require_fit_for_terminal(text.str());
     };
+}
+
+void compare(const NUV_Devlist_Shm& first_sight) {
+    const nuvctl::Registry_view view = nuvctl::look_at_registry();
+    const auto cameras =
+        view.bytes ? nuvctl::cameras_in(*view.bytes) : std::vector<nuvctl::Camera>();
+    for (const nuvctl::Change& change :
+         nuvctl::changes_between(nuvctl::cameras_in(first_sight), cameras)) {
+        require_fit_for_terminal(nuvctl::change_text(change));
+    }
 }
 
 }  // namespace
 
-Onlooker::Onlooker(const NUV_Devlist_Shm& first_seen) : known(nuvctl::cameras_in(first_seen)) {
-    setlocale(LC_CTYPE, "C.UTF-8");
-    verbs.push_back([] {});  // what an input that has ended chooses
-    for (const auto declare : {nuvctl::declare_list, nuvctl::declare_status}) {
-        verbs.push_back(verb(declare, ""));
-        verbs.push_back(verb(declare, "--json"));
-    }
-}
-
-void Onlooker::look(FuzzedDataProvider& input) {
+void look(FuzzedDataProvider& input, const NUV_Devlist_Shm& first_sight) {
+    static const std::function<void()> verbs[] = {
+        [] {},  // what an input that has ended chooses
+        verb(nuvctl::declare_list, ""), verb(nuvctl::declare_list, "--json"),
+        verb(nuvctl::declare_status, ""), verb(nuvctl::declare_status, "--json")};
     constexpr std::size_t choices = 16;
     const auto choice = input.ConsumeIntegralInRange<std::size_t>(0, choices - 1);
-    if (choice < verbs.size()) {
+    if (choice < std::size(verbs)) {
         verbs[choice]();
-    } else if (choice == verbs.size()) {
-        compare();
-    }
-}
-
-void Onlooker::compare() const {
-    const nuvctl::Registry_view view = nuvctl::look_at_registry();
-    const std::vector<nuvctl::Camera> cameras =
-        view.bytes ? nuvctl::cameras_in(*view.bytes) : std::vector<nuvctl::Camera>();
-    for (const nuvctl::Change& change : nuvctl::changes_between(known, cameras)) {
-        require_fit_for_terminal(nuvctl::change_text(change));
+    } else if (choice == std::size(verbs)) {
+        compare(first_sight);
     }
 }
 

@@ -1,11 +1,6 @@
 #include "fuzz/region_bytes.h"
 
-#include "fuzz/fuzz_world.h"
 #include "registry/region.h"
-
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -92,17 +87,6 @@ void distort(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licence licence
         sem_init(nuv::sem_rw_of(&region), 1, input.ConsumeIntegralInRange(1U, 3U));
         sem_init(nuv::sem_update_of(&region), 1, input.ConsumeIntegralInRange(1U, 3U));
     }
-}
-
-void write_region_file(const NUV_Devlist_Shm& bytes, std::size_t size) {
-    const int file = shm_open(NUV_SHM_NAME, O_RDWR | O_CREAT | O_TRUNC, 0600);
-    require(file >= 0 && write(file, &bytes, size) == static_cast<ssize_t>(size),
-            "the region's file can be written");
-    close(file);
-}
-
-void remove_region_file() {
-    shm_unlink(NUV_SHM_NAME);
 }
 
 }  // namespace nuv_fuzz

@@ -21,8 +21,4 @@ Licence licence_of(const std::uint8_t* data, std::size_t size);
 /// Overwrites the region as the input says, and mends what the input has no licence for.
 void distort(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licence licence);
 
-/// Makes a file of the region's name with these bytes; `size` may be less than there are.
-void write_region_file(const NUV_Devlist_Shm& bytes, std::size_t size);
-void remove_region_file();
-
 }  // namespace nuv_fuzz

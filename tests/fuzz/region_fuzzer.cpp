@@ -13,12 +13,16 @@
 #include <unistd.h>
 
 #include <array>
+#include <clocale>
+#include <cstdio>
+#include <fstream>
 #include <memory>
 
 namespace {
 
 using nuv_fuzz::Licence;
 
+constexpr char region_file[] = "/dev/shm/nuv_device_shmem";
 constexpr unsigned int all_log_bits = 0xF0000000;
 
 constexpr char inventory[] =
@@ -54,8 +58,7 @@ public:
 
 /// All who are attached to the region.
 struct Users {
-    explicit Users(CNuv_Log* log)
-        : manager(log), usb3(log, all_log_bits), gige(log, all_log_bits), plain(log, all_log_bits) {
+    explicit Users(CNuv_Log* log) : manager(log), usb3(log, all_log_bits), gige(log, all_log_bits) {
         usb3.initialize();
         gige.initialize();
         for (CNuv_shm_manager* const one : managers()) {
@@ -63,22 +66,19 @@ struct Users {
             fence(*one, true);
         }
     }
-    Users(const Users&) = delete;
-    Users& operator=(const Users&) = delete;
     ~Users() {
         for (const CNuv_shm_manager* const one : managers()) {
             fence(*one, false);
         }
     }
 
-    std::array<CNuv_shm_manager*, 4> managers() {
-        return {&manager, usb3.shm_mgr.get(), gige.shm_mgr.get(), plain.shm_mgr.get()};
+    std::array<CNuv_shm_manager*, 3> managers() {
+        return {&manager, usb3.shm_mgr.get(), gige.shm_mgr.get()};
     }
 
     First_manager manager;
     CNuv_interface_usb3 usb3;
     CNuv_interface_gige gige;
-    nuv_fuzz::Plain_interface plain;
 };
 
 /// A registry in use: cameras of two types, one of them open.
@@ -94,7 +94,6 @@ NUV_Devlist_Shm registry_in_use(CNuv_Log* log) {
 struct World {
     const std::unique_ptr<CNuv_Log> log = nuv_test::make_log();
     const NUV_Devlist_Shm in_use = registry_in_use(log.get());
-    nuv_fuzz::Onlooker onlooker{in_use};
 };
 
 World& world() {
@@ -108,9 +107,11 @@ void leave_a_file(FuzzedDataProvider& input, Licence licence) {
     const std::size_t size = licence == Licence::any_size
                                  ? input.ConsumeIntegralInRange<std::size_t>(0, NUV_SHM_SIZE)
                                  : NUV_SHM_SIZE;
-    nuv_fuzz::write_region_file(bytes, size);
+    std::ofstream file(region_file, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(&bytes), static_cast<std::streamsize>(size));
+    nuv_fuzz::require(file.flush().good(), "the region's file can be written");
     if (licence != Licence::none) {
-        world().onlooker.look(input);
+        nuv_fuzz::look(input, world().in_use);
     }
 }
 
@@ -119,12 +120,13 @@ void run_everything(Users& users, FuzzedDataProvider& input) {
     nuv_fuzz::change(users.manager, input);
     nuv_fuzz::use_cameras(users.usb3, input);
     nuv_fuzz::use_cameras(users.gige, input);
-    nuv_fuzz::delete_devices(users.plain, input);
+    nuv_fuzz::delete_devices(users.gige, input);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** argv) {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
     nuv_fuzz::enter_world(*argv);
     nuv_test::write_ini("nuv_cameras", inventory);
     world();
@@ -134,7 +136,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** argv) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const Licence licence = nuv_fuzz::licence_of(data, size);
     FuzzedDataProvider input(data, size);
-    nuv_fuzz::remove_region_file();
+    std::remove(region_file);
     if (input.ConsumeBool()) {
         leave_a_file(input, licence);
     }
@@ -142,7 +144,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     run_everything(users, input);
     if (users.manager.devlist_shm != nullptr) {
         nuv_fuzz::distort(*users.manager.devlist_shm, input, licence);
-        world().onlooker.look(input);
+        nuv_fuzz::look(input, world().in_use);
         run_everything(users, input);
     }
     return 0;

@@ -10,14 +10,10 @@
 #include <nuvkit/grab.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace nuv_fuzz {
 namespace {
-
-/// One time in eight, and not when the input has ended.
-bool is_chosen(FuzzedDataProvider& input) {
-    return input.ConsumeIntegralInRange(0, 7) == 7;
-}
 
 /// A record to ask for: often one that is in the list.
 NUV_Device choose_device(CNuv_shm_manager& manager, FuzzedDataProvider& input) {
@@ -48,22 +44,15 @@ void use_semaphore(CNuv_sem_access* access) {
     }
 }
 
-void use_grabber(CNuv_interface& backend, unsigned int serialnumber, bool leave_open) {
-    CNuv_grab* grab = nullptr;
-    if (backend.open_grab_device(serialnumber, &grab) == NUV_NOERROR) {
-        require(grab != nullptr && grab->serialnumber == serialnumber, "the grabber asked for");
+template <class Handle>
+void use_device(CNuv_interface& backend, unsigned int serialnumber, bool leave_open,
+                unsigned int (CNuv_interface::*open)(unsigned int, Handle**),
+                unsigned int (CNuv_interface::*close)(Handle*)) {
+    Handle* handle = nullptr;
+    if ((backend.*open)(serialnumber, &handle) == NUV_NOERROR) {
+        require(handle != nullptr && handle->serialnumber == serialnumber, "the device asked for");
         if (!leave_open) {
-            backend.close_grab_device(grab);
-        }
-    }
-}
-
-void use_communication(CNuv_interface& backend, unsigned int serialnumber, bool leave_open) {
-    CNuv_com* com = nullptr;
-    if (backend.open_com_device(serialnumber, &com) == NUV_NOERROR) {
-        require(com != nullptr && com->serialnumber == serialnumber, "the device asked for");
-        if (!leave_open) {
-            backend.close_com_device(com);
+            (backend.*close)(handle);
         }
     }
 }
@@ -115,23 +104,29 @@ void use_cameras(CNuv_interface& backend, FuzzedDataProvider& input) {
     backend.find_devices(found);
     found.push_back(choose_device(*backend.shm_mgr, input));
     for (const NUV_Device& device : found) {
-        use_grabber(backend, device.serialnumber, input.ConsumeBool());
-        use_communication(backend, device.serialnumber, input.ConsumeBool());
+        use_device(backend, device.serialnumber, input.ConsumeBool(),
+                   &CNuv_interface::open_grab_device, &CNuv_interface::close_grab_device);
+        use_device(backend, device.serialnumber, input.ConsumeBool(),
+                   &CNuv_interface::open_com_device, &CNuv_interface::close_com_device);
     }
     backend.update_devices_in_shmlist();
 }
 
 void delete_devices(CNuv_interface& backend, FuzzedDataProvider& input) {
     const NUV_Device device = choose_device(*backend.shm_mgr, input);
-    backend.if_type = device.nuv_iftype;
-    // Seldom with a log: each of many entries without an id makes 128 lines.
-    const bool listens = is_chosen(input) && device.id != 0;
+    const std::uint16_t own_type = std::exchange(backend.if_type, device.nuv_iftype);
+    const unsigned int own_bits = backend.general_bits;
+    // Seldom with a log, and not when the input has ended: each of many entries without an id makes
+    // 128 lines.
+    const bool listens = input.ConsumeIntegralInRange(0, 7) == 7 && device.id != 0;
     backend.set_general_bits(listens ? NUV_BIT_LOG_INTERFACE : 0);
     backend.delete_devices_in_shmlist();
     backend.shm_wait();
     backend.shm_increase_opencount(backend.if_type);
     backend.shm_decrease_opencount(backend.if_type);
     backend.shm_post();
+    backend.set_general_bits(own_bits);
+    backend.if_type = own_type;
 }
 
 }  // namespace nuv_fuzz

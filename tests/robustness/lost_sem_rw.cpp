@@ -32,9 +32,7 @@ void lone_newcomer(Tally& tally) {
     newcomer.wait_until_attached(attach_bound + machine_slack);
     keep_slowest(tally.slowest_newcomer, start);
     newcomer.leave();
-    if (region_exists()) {
-        fail("a lone newcomer leaves the region behind");
-    }
+    see_region_gone("a lone newcomer");
 }
 
 void newcomers_that_give_up(Tally& tally) {
@@ -86,8 +84,7 @@ void those_already_waiting(Tally& tally) {
     }
     lose_sem_rw();
     for (Process& process : processes) {
-        if (!wait_for(attach_bound + machine_slack, [&] { return process.has_ended(); }) ||
-            process.wait() != 0) {
+        if (!ends_well(process, attach_bound + machine_slack)) {
             fail("who waits for sem_rw does not go on after its holder's death");
         }
     }

@@ -156,7 +156,7 @@ Process start_old_neighbour(uid_t user = 0) {
 
 void post_and_leave(Process& old_neighbour) {
     old_neighbour.signal(SIGTERM);
-    if (!wait_for(5s, [&] { return old_neighbour.has_ended(); }) || old_neighbour.wait() != 0) {
+    if (!ends_well(old_neighbour, 5s)) {
         fail("lost_sem_update: an old neighbour does not leave");
     }
 }
@@ -288,7 +288,7 @@ void shutdown(Tally& tally) {
         fail("lost_sem_update: nothing in the log after a scan's wait of 6 s");
     }
     board->go = true;
-    if (!wait_for(20s, [&] { return process.has_ended(); }) || process.wait() != 0) {
+    if (!ends_well(process, 20s)) {
         fail("lost_sem_update: a process does not end while somebody keeps it");
     }
 }

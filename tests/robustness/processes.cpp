@@ -26,6 +26,10 @@ void fail(const char* format, ...) {
     throw std::runtime_error(text);
 }
 
+bool ends_well(Process& process, milliseconds at_most) {
+    return wait_for(at_most, [&] { return process.has_ended(); }) && process.wait() == 0;
+}
+
 long milliseconds_since(Clock::time_point start) {
     return static_cast<long>((Clock::now() - start) / 1ms);
 }

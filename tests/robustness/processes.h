@@ -53,6 +53,9 @@ bool wait_for(milliseconds at_most, Condition holds) {
     return true;
 }
 
+/// \return whether it ends in time, with 0
+bool ends_well(Process& process, milliseconds at_most);
+
 long milliseconds_since(Clock::time_point start);
 /// Raises a shared maximum to the time since then.
 void keep_slowest(std::atomic<long>& slowest, Clock::time_point start);

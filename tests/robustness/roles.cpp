@@ -137,12 +137,30 @@ void Member::leave() {
     board->asked_to_leave = true;
     wait_until(own_deadline + machine_slack, "has not left", [this] { return board->left.load(); });
     // Only a process that hangs needs that long: the kernel ends one late on a loaded machine.
-    if (!wait_for(60s, [this] { return process.has_ended(); })) {
-        fail("%s has left, and does not end", name);
+    if (!ends_well(process, 60s)) {
+        fail("%s has left, and %s", name, process.has_ended() ? "fails" : "does not end");
     }
-    if (process.wait() != 0) {
-        fail("%s has ended with %d", name, process.wait());
+}
+
+void see_region_gone(const std::string& after) {
+    if (region_exists()) {
+        fail("%s: all have left, and the region is there with a count of %d", after.c_str(),
+             region_bytes().opencount);
     }
+}
+
+void see_next_one_clear_and_remove() {
+    if (!region_exists()) {
+        return;
+    }
+    age_heartbeat();
+    Member next("who comes after long silence");
+    next.wait_until_attached();
+    if (next.board->answer != NUV_DIFFTIME_OUT) {
+        fail("who attaches to the stale region is answered 0x%x", next.board->answer.load());
+    }
+    next.leave();
+    see_region_gone("a clear");
 }
 
 Process start_holder(std::unique_ptr<CNuv_sem_access> CNuv_shm_manager::*semaphore,

@@ -26,8 +26,8 @@ struct Plan {
     long step = 0;
     int signal = 0;              ///< sent right before that step
     const char* from_line = "";  ///< counts from the line with this part on
-    int attempts = 2;            ///< the second is the documented retry
     bool uses_update = false;    ///< also takes `sem_update` with each heartbeat
+    int attempts = 2;            ///< the second is the documented retry
 };
 
 class Member {
@@ -67,6 +67,13 @@ private:
 
     const char* name;
 };
+
+/// Once all have left.
+void see_region_gone(const std::string& after);
+
+/// What the dead have left in the counts goes with the next clear, and the region with its last
+/// user.
+void see_next_one_clear_and_remove();
 
 /// Attaches and holds that semaphore for so long or until it is killed; it does when this returns.
 Process start_holder(std::unique_ptr<CNuv_sem_access> CNuv_shm_manager::*semaphore,

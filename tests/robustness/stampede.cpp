@@ -60,16 +60,12 @@ void play_round(int round) {
     wait_for(machine_slack, [&] { return gathering->ready == crowd; });
     gathering->go = true;
     for (Process& process : processes) {
-        if (!wait_for(2 * attach_bound, [&] { return process.has_ended(); }) ||
-            process.wait() != 0) {
+        if (!ends_well(process, 2 * attach_bound)) {
             fail("stampede, round %d: a process %s", round,
                  process.has_ended() ? "has failed" : "hangs");
         }
     }
-    if (region_exists()) {
-        fail("stampede, round %d: the region is still there with a count of %d", round,
-             region_bytes().opencount);
-    }
+    see_region_gone("stampede, round " + std::to_string(round));
 }
 
 }  // namespace

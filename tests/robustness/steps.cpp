@@ -44,13 +44,7 @@ struct Tally {
 };
 
 Plan plan_for(const Scene& scene, long step, int signal) {
-    Plan plan;
-    plan.phase = scene.phase;
-    plan.step = step;
-    plan.signal = signal;
-    plan.from_line = scene.from_line;
-    plan.uses_update = scene.phase == Phase::update;
-    return plan;
+    return {scene.phase, step, signal, scene.from_line, scene.phase == Phase::update};
 }
 
 class Run {
@@ -101,10 +95,8 @@ private:
         if (was_killed && !now.in_real_time) {
             age_heartbeat(tolerance.count() - 1);
         }
-        Plan plan;
-        plan.uses_update = scene.phase == Phase::update;
-        plan.attempts = now.in_real_time ? 9 : 2;
-        newcomer.emplace("the newcomer", plan);
+        newcomer.emplace("the newcomer", Plan{Phase::none, 0, 0, "", scene.phase == Phase::update,
+                                              now.in_real_time ? 9 : 2});
         released = Clock::now();
         if (!was_stopped) {
             return;
@@ -184,24 +176,12 @@ private:
         for (Member& member : cast.members) {
             member.leave();
         }
-        if (!region_exists()) {
-            return;
-        }
         const int count = region_bytes().opencount;
-        if (count < 1 || count > cast.dead_and_counted) {
+        if (region_exists() && (count < 1 || count > cast.dead_and_counted)) {
             fail("all have left, %d died, and the region is still there with a count of %d",
                  cast.dead_and_counted, count);
         }
-        age_heartbeat();
-        Member last("who comes last");
-        last.wait_until_attached();
-        if (last.board->answer != NUV_DIFFTIME_OUT) {
-            fail("who attaches to the stale region is answered 0x%x", last.board->answer.load());
-        }
-        last.leave();
-        if (region_exists()) {
-            fail("the last one to leave has left the region behind");
-        }
+        see_next_one_clear_and_remove();
     }
 
     const Case& now;

@@ -257,23 +257,13 @@ bool run_storm(int seconds) {
     storm.end();
     storm.report("storm");
 
-    // What the dead have left in the counts goes with the next clear.
-    age_heartbeat();
-    Member last("who comes after the storm");
-    last.wait_until_attached(attach_bound + machine_slack);
-    last.leave();
-    if (region_exists()) {
-        fail("storm: the name is still there with a count of %d", region_bytes().opencount);
-    }
+    see_next_one_clear_and_remove();
 
     Storm without_deaths(seed + 1);
     without_deaths.rage(std::chrono::seconds(seconds) / 4, false);
     without_deaths.end();
     without_deaths.report("storm without deaths");
-    if (region_exists()) {
-        fail("storm: all have left normally, and the name is there with a count of %d",
-             region_bytes().opencount);
-    }
+    see_region_gone("storm without deaths");
     return true;
 }
 
