@@ -1,6 +1,7 @@
 // The base class of the back-ends, through the least back-end there can be.
 #include "registry/registry_world.h"
 #include "support/faults.h"
+#include "support/told_lines.h"
 
 #include <nuv/interface.h>
 
@@ -115,13 +116,7 @@ TEST_F(Interface, DeletesTheDevicesOfItsTypeAndTheirNumbers) {
     made->shm_mgr->sema_rw->SetLog(log.get());
     made->shm_mgr->sema_rw->set_general_bits(NUV_BIT_LOG_SEM_ACCESS);
     EXPECT_EQ(made->delete_devices_in_shmlist(), 0);
-    const std::string op = USB3 + "delete_devices_in_shmlist: ";
-    EXPECT_EQ(lines(), "S2 wait: sem_wait returned 0 wait_called 1 t_id ME\n" +  //
-                           op + "found nuvdevice[3] with id 5 for " + name + "\n" + op +
-                           "found nuv_num_list[0] with nuv_num 5\n" + op +
-                           "found nuv_num_list[127] with nuv_num 5\n" + op +
-                           "found nuvdevice[41] with id 65542 for " + name +
-                           "\nS2 post: sem_post returned 0 wait_called 0\n" + op + "end\n");
+    EXPECT_EQ(lines(), nuv_test::text_of_file(DOCUMENTED_LINES "/deletion.log"));
     NUV_Device cleared{};
     cleared.entry_mark = 0xBBBB;
     cleared.extended_info = 0xBBBBBBBBBBBBBBBB;
