@@ -28,13 +28,13 @@ std::unique_ptr<CNuv_shm_manager> Registry_test::attached_manager(unsigned int b
 std::string Registry_test::lines() {
     const std::string me = std::to_string(static_cast<unsigned int>(pthread_self()));
     const std::string mine = std::to_string(getpid());
-    const std::string text = told(record, {{"^20000000 (\\w+) CNuv_shm_manager::", "M$1 "},
-                                           {"^10000000 ", "S"},
-                                           {NUV_SHM_NAME, "NAME"},
-                                           {"0x[0-9a-f]{9,}", "PTR"},
-                                           {"hMem \\d+", "hMem FD"},
-                                           {"t_id " + me, "t_id ME"},
-                                           {"(process|proc_)id " + mine + "\\b", "$1id MINE"}});
+    std::string text = told(record, {{"^20000000 (\\w+) CNuv_shm_manager::", "M$1 "},
+                                     {"^10000000 ", "S"},
+                                     {NUV_SHM_NAME, "NAME"},
+                                     {"0x[0-9a-f]{9,}", "PTR"},
+                                     {"hMem \\d+", "hMem FD"},
+                                     {"t_id " + me, "t_id ME"},
+                                     {"(process|proc_)id " + mine + "\\b", "$1id MINE"}});
     record.clear();
     return text;
 }
