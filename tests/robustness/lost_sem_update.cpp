@@ -127,8 +127,8 @@ Process start_holder(Board& board, Work work) {
 }
 
 /// Uses the region as a library does that knows nothing of its locks. Holds `sem_update` when this
-/// returns, and posts it at SIGTERM.
-Process start_old_neighbour(uid_t user = 0) {
+/// returns, and posts it at SIGTERM. Its first thread may end while another holds it.
+Process start_old_neighbour(uid_t user = 0, bool first_thread_ends = false) {
     const Shared<std::atomic<bool>> holds;
     Process neighbour([&] {
         sigset_t term;
@@ -144,11 +144,18 @@ Process start_old_neighbour(uid_t user = 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);  // which another user has to say again
         auto* const sem_update =
             reinterpret_cast<sem_t*>(region + offsetof(NUV_Devlist_Shm, sem_update));
-        sem_wait(sem_update);
-        *holds = true;
-        int signal = 0;
-        sigwait(&term, &signal);
-        sem_post(sem_update);
+        const auto hold = [&] {
+            sem_wait(sem_update);
+            *holds = true;
+            int signal = 0;
+            sigwait(&term, &signal);
+            sem_post(sem_update);
+        };
+        if (first_thread_ends) {
+            std::thread(hold).detach();
+            syscall(SYS_exit, 0);
+        }
+        hold();
     });
     wait_for_flag(*holds, 5s, "an old neighbour does not get it");
     return neighbour;
@@ -187,11 +194,17 @@ void see_recovery(const Board& opener, Tally& tally) {
     keep_slowest(tally.slowest_recovery, death);
 }
 
+/// With somebody beside it who only reads the region.
 template <Work work>
 void killed_holder(Tally& tally) {
     const Shared<Board> holding;
     const Shared<Board> opening;
     const Process opener = start_opener(*opening, [](Manager& /*manager*/) { interrupt_often(); });
+    const Process reader([] {
+        const int region = shm_open(NUV_SHM_NAME, O_RDONLY, 0);
+        std::this_thread::sleep_for(1h);
+        close(region);
+    });
     start_holder(*holding, work).kill_and_wait();
     if (sem_update_value() != 0) {
         fail("lost_sem_update: the holder died too late to hold it");
@@ -215,10 +228,11 @@ void stopped_holder(Tally& /*tally*/) {
     see_through(*opening, backend_delay * 4, false);
 }
 
+template <bool first_thread_ends>
 void old_neighbour(Tally& tally) {
     const Shared<Board> opening;
     const Process opener = start_opener(*opening);
-    Process neighbour = start_old_neighbour();
+    Process neighbour = start_old_neighbour(0, first_thread_ends);
     opening->go = true;
     see_kept(*opening, 4s, "a living old neighbour");
     neighbour.kill_and_wait();
@@ -298,7 +312,8 @@ void shutdown(Tally& tally) {
 bool run_lost_sem_update(int rounds) {
     constexpr void (*cases[])(Tally&) = {shutdown,
                                          stopped_holder,
-                                         old_neighbour,
+                                         old_neighbour<false>,
+                                         old_neighbour<true>,
                                          killed_holder<start_scans>,
                                          killed_holder<open_camera>,
                                          old_neighbour_that_goes,
