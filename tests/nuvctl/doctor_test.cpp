@@ -251,8 +251,8 @@ TEST_F(Doctor_beside_manager, RegistryThatKeepsOthersOutIsNamed) {
     EXPECT_EQ(found_by("access", outcome.json())["verdict"], "problem");
     EXPECT_EQ(found_by("name", outcome.json())["verdict"], "ok");
     EXPECT_EQ(run_tool({"repair", "--yes"}, as_ordinary_user).code, 5);
-    const nlohmann::json who = run_tool({"who", "--json"}, as_ordinary_user).json();
-    EXPECT_EQ(who["processes"][0]["region"]["state"], "current") << who;
+    const Outcome who = run_tool({"who", "--json"}, as_ordinary_user);
+    EXPECT_EQ(said_of(manager->pid(), who)["region"]["state"], "current") << who.text;
 }
 
 TEST_F(Doctor_beside_manager, LivingProcessesAreNotHarmedUnlessForced) {

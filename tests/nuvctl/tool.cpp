@@ -35,4 +35,14 @@ Outcome run_tool(const std::vector<std::string>& arguments,
     return outcome;
 }
 
+nlohmann::json said_of(pid_t process, const Outcome& who) {
+    const nlohmann::json answer = who.json();
+    for (const nlohmann::json& one : answer["processes"]) {
+        if (one["pid"] == process) {
+            return one;
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace nuv_test

@@ -43,17 +43,6 @@ Child attached_process() {
     return child;
 }
 
-/// What `who` says of one process; null when it does not name it.
-nlohmann::json said_of(pid_t process, const Outcome& who) {
-    const nlohmann::json answer = who.json();
-    for (const nlohmann::json& one : answer["processes"]) {
-        if (one["pid"] == process) {
-            return one;
-        }
-    }
-    return nullptr;
-}
-
 TEST(Who, NamesWhoIsAttachedAndWhatItHolds) {
     NUV_Device held = camera(5, 8, 1, "");
     publish(registry_with_update_held({held}));
