@@ -71,7 +71,7 @@ unsigned int Backend::State::choose(unsigned int serialnumber, Device_kind kind,
     if (!is_open(entry) || !is_alive(holder)) {
         return NUV_NOERROR;
     }
-    const bool ours = same_holder(holder, current_process());
+    const bool ours = holder == current_process();
     return ours && (entry.status_bits & open_bit(kind)) == 0 ? NUV_NOERROR : NUV_BACKEND_BUSY;
 }
 
@@ -94,8 +94,8 @@ unsigned int Backend::State::record(const NUV_Device& chosen, Open_devices& node
         return NUV_BACKEND_UNPLUGGED;
     }
     const Holder holder = holder_of(entry);
-    if (is_open(entry) && !same_holder(holder, self)) {
-        if (!same_holder(holder, holder_of(chosen))) {
+    if (is_open(entry) && holder != self) {
+        if (holder != holder_of(chosen)) {
             return NUV_BACKEND_BUSY;
         }
         entry.status_bits &= ~open_bits;  // the dead one's
@@ -149,7 +149,7 @@ void Backend::State::forget(Open_devices::iterator device) {
     Registry_hold hold(owner);
     if (hold) {
         const int index = find_camera(hold.registry(), owner.if_type, device->key);
-        if (index >= 0 && same_holder(holder_of(hold.registry().nuvdevice[index]), self)) {
+        if (index >= 0 && holder_of(hold.registry().nuvdevice[index]) == self) {
             mark_closed(hold.registry(), index, open_bit(device->kind));
         }
     }

@@ -122,7 +122,7 @@ void Backend::State::mark_own_devices(NUV_Devlist_Shm& registry, const Scan& sca
             continue;
         }
         NUV_Device& entry = registry.nuvdevice[index];
-        if (!is_open(entry) || same_holder(holder_of(entry), scan.self)) {
+        if (!is_open(entry) || holder_of(entry) == scan.self) {
             mark_open(entry, open_bit(device.kind), scan.self);
         }
     }
@@ -134,9 +134,9 @@ void Backend::State::collect_holders(const NUV_Devlist_Shm& registry, Scan& scan
             continue;
         }
         const Holder holder = holder_of(entry);
-        const bool known = same_holder(holder, scan.self) ||
-                           std::any_of(scan.holders.begin(), scan.holders.end(),
-                                       [&](const Holder& one) { return same_holder(one, holder); });
+        const bool known =
+            holder == scan.self || std::any_of(scan.holders.begin(), scan.holders.end(),
+                                               [&](const Holder& one) { return one == holder; });
         if (!known) {
             scan.holders.push_back(holder);
         }
@@ -155,8 +155,7 @@ void Backend::State::free_dead_holders(const Scan& scan) {
         Registry_hold hold(owner);
         for (int i = 0; hold && i < NUV_DEVICE_COUNT; ++i) {
             const NUV_Device entry = hold.registry().nuvdevice[i];
-            if (entry.nuv_iftype == owner.if_type && is_open(entry) &&
-                same_holder(holder_of(entry), holder)) {
+            if (entry.nuv_iftype == owner.if_type && is_open(entry) && holder_of(entry) == holder) {
                 release_camera(hold.registry(), i);
             }
         }

@@ -120,8 +120,4 @@ bool is_open(const NUV_Device& entry) {
     return (entry.status_bits & open_bits) != 0;
 }
 
-bool same_holder(const Holder& a, const Holder& b) {
-    return a.process_id == b.process_id && a.start_ticks == b.start_ticks;
-}
-
 }  // namespace nuvkit

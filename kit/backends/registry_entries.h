@@ -53,6 +53,5 @@ void mark_closed(NUV_Devlist_Shm& registry, int index, std::uint32_t bits);
 void mark_gone(NUV_Devlist_Shm& registry, int index);
 
 bool is_open(const NUV_Device& entry);
-bool same_holder(const Holder& a, const Holder& b);
 
 }  // namespace nuvkit

@@ -19,6 +19,9 @@ struct Holder {
 inline bool operator==(const Holder& one, const Holder& other) {
     return one.process_id == other.process_id && one.start_ticks == other.start_ticks;
 }
+inline bool operator!=(const Holder& one, const Holder& other) {
+    return !(one == other);
+}
 
 /// The calling process.
 NUV_EXPORT Holder current_process();
