@@ -154,6 +154,7 @@ std::string continuing(const Facts& facts, const std::vector<Region_user>& users
 
 std::string names_of(const std::vector<Region_user>& users) {
     std::vector<std::string> names;
+    names.reserve(users.size());
     for (const Region_user& user : users) {
         names.push_back(process_text(user.process) + " (" + user_name(user.process.user) +
                         (user.process.stopped ? ", stopped)" : ")"));
