@@ -36,6 +36,16 @@ gate_cppcheck() {
         -j "$(nproc)" -I include -I kit/include -I . registry interface manager kit tools examples
 }
 
+gate_shellcheck() {
+    find tests -name '*.sh' -print0 |
+        xargs -0 shellcheck --external-sources --severity=warning dev .ci/run models/check \
+            tools/dev/source_date.sh
+}
+
+gate_bench() {
+    build bench
+}
+
 gate_asan() {
     build asan && ctest --preset asan
 }
@@ -91,6 +101,8 @@ check() {
     local known=() summary=() failed=0
     gate format "Sources are not laid out as .clang-format says; ./dev format mends it."
     gate include_rules "A room includes a header that it may not see."
+    gate test_share "Tests have grown beyond their share of the tree: shorten them, or test less twice." \
+        '^test share'
     gate exported_symbols "The libraries differ from what they are meant to export or need."
     gate headers "A public header does not compile alone without warnings."
     gate reference "A public entry is not documented, or not well."
@@ -98,6 +110,8 @@ check() {
     gate clang "The tree does not build with clang without warnings."
     gate clang_tidy "clang-tidy found fault with the sources."
     gate cppcheck "cppcheck found fault with the sources."
+    gate shellcheck "shellcheck found fault with a script."
+    gate bench "The benchmark does not build."
     gate asan "A test fails, or is unclean, under the address and undefined-behaviour sanitizers."
     gate tsan "A test fails, or races, under the thread sanitizer."
     gate valgrind "A test fails, reads what was never written, or writes where it may not."

@@ -1,5 +1,19 @@
-# The tests in other surroundings: valgrind, coverage counters, the reference platform. Sourced by
-# check.sh.
+# How much of the tree tests are, and the tests in other surroundings: valgrind, coverage counters,
+# the reference platform. Sourced by check.sh.
+
+# A quarter to a third is the aim. The limit is what has been reached, and only ever goes down.
+gate_test_share() {
+    local limit=54 tests code
+    tests=$(lines_of_code tests)
+    code=$(lines_of_code include registry interface manager kit tools examples bench)
+    printf 'test share: %d lines of tests beside %d of code, %d %%; at most %d %%\n' \
+        "$tests" "$code" $((100 * tests / code)) $limit
+    [ $((100 * tests)) -le $((limit * code)) ]
+}
+
+lines_of_code() { # FOLDER...: without blank lines and comments
+    find "$@" \( -name '*.h' -o -name '*.cpp' -o -name '*.c' \) -exec grep -hvE '^\s*(//.*)?$' {} + | wc -l
+}
 
 # Under valgrind and the emulator, test programs are given a namespace: one that has to start itself
 # again to get one would do so without them.

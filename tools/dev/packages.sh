@@ -27,6 +27,7 @@ packages_check=(
     clang-format      # the layout of the sources
     clang-tidy        # lint
     cppcheck          # lint
+    shellcheck        # lint
     g++-aarch64-linux-gnu # the reference platform's compiler
     qemu-user         # runs what it builds
     googletest        # sources of the tests' library, for that platform
