@@ -4,6 +4,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,7 +43,7 @@ bool is_presence_lock(const char* line) {
 
 bool has_presence_lock(const char* process, const char* descriptor) {
     char path[path_size];
-    std::snprintf(path, sizeof path, "/proc/%.20s/fdinfo/%.20s", process, descriptor);
+    std::snprintf(path, sizeof path, "/proc/%.50s/fdinfo/%.20s", process, descriptor);
     const File information(std::fopen(path, "re"));
     char line[256];
     while (information != nullptr && std::fgets(line, sizeof line, information.get()) != nullptr) {
@@ -87,7 +88,7 @@ Sight look_at(int folder, const char* descriptor, const struct stat& region) {
 /// A line of the process's status. Nothing, with the reason in `errno`, when it can't be read.
 std::optional<unsigned long> status_of(const char* process, const char* format) {
     char path[path_size];
-    std::snprintf(path, sizeof path, "/proc/%.20s/status", process);
+    std::snprintf(path, sizeof path, "/proc/%.50s/status", process);
     const File status(std::fopen(path, "re"));
     if (status == nullptr) {
         return std::nullopt;
@@ -102,10 +103,12 @@ std::optional<unsigned long> status_of(const char* process, const char* format) 
     return 0;
 }
 
-/// Root may lack the right to look into others, as in many containers.
+/// Root may lack the rights to look into others, as in many containers: to open their folders, and
+/// to follow what lies in them.
 bool may_look_into_all() {
-    constexpr unsigned long trace_capability = 1UL << 19U;
-    return (status_of("self", "CapEff: %lx").value_or(0) & trace_capability) != 0;
+    const unsigned long rights = status_of("self", "CapEff: %lx").value_or(0);
+    const auto has = [rights](unsigned int capability) { return (rights >> capability & 1) != 0; };
+    return has(CAP_SYS_PTRACE) && (has(CAP_DAC_READ_SEARCH) || has(CAP_DAC_OVERRIDE));
 }
 
 /// Of a process that cannot be looked into. Whoever is attached has touched the region, which
@@ -135,15 +138,13 @@ bool lives_without_first_thread(const char* process) {
            status_of(process, "VmSize: %lu").value_or(1) == 0;
 }
 
-bool may_be_old_neighbour(const char* process, const struct stat& region) {
+/// The process by its number, or one of its threads as "number/task/number".
+bool may_use_region(const char* process, const struct stat& region) {
     char path[path_size];
-    std::snprintf(path, sizeof path, "/proc/%.20s/fd", process);
+    std::snprintf(path, sizeof path, "/proc/%.50s/fd", process);
     const Folder descriptors(opendir(path));
     if (descriptors == nullptr) {
         return !is_gone(errno) && may_share_memory(process);
-    }
-    if (lives_without_first_thread(process)) {
-        return true;
     }
     while (const dirent* const entry = next_number(descriptors.get())) {
         const Sight sight = look_at(dirfd(descriptors.get()), entry->d_name, region);
@@ -151,6 +152,25 @@ bool may_be_old_neighbour(const char* process, const struct stat& region) {
             return may_share_memory(process);
         }
         if (sight == Sight::the_region && !has_presence_lock(process, entry->d_name)) {
+            return true;
+        }
+    }
+    return errno != 0 && !is_gone(errno);
+}
+
+bool may_be_old_neighbour(const char* process, const struct stat& region) {
+    if (!lives_without_first_thread(process)) {
+        return may_use_region(process, region);
+    }
+    char text[path_size];
+    std::snprintf(text, sizeof text, "/proc/%.20s/task", process);
+    const Folder threads(opendir(text));
+    if (threads == nullptr) {
+        return !is_gone(errno);
+    }
+    while (const dirent* const entry = next_number(threads.get())) {
+        std::snprintf(text, sizeof text, "%.20s/task/%.20s", process, entry->d_name);
+        if (may_use_region(text, region)) {
             return true;
         }
     }

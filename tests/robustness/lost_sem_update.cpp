@@ -141,7 +141,9 @@ Process start_old_neighbour(uid_t user = 0, bool first_thread_ends = false) {
         if (region == MAP_FAILED || setuid(user) != 0) {
             fail("an old neighbour does not attach");
         }
-        prctl(PR_SET_PDEATHSIG, SIGKILL);  // which another user has to say again
+        // As if that user had started it; the signal has to be asked for again.
+        prctl(PR_SET_DUMPABLE, 1);
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
         auto* const sem_update =
             reinterpret_cast<sem_t*>(region + offsetof(NUV_Devlist_Shm, sem_update));
         const auto hold = [&] {
@@ -239,18 +241,21 @@ void old_neighbour(Tally& tally) {
     see_recovery(*opening, tally);
 }
 
-/// Root without the right to look into others, as in many containers.
-void give_up_looking_into_others(Manager& /*manager*/) {
+/// Root without the right to look into others, as in many containers: to follow their descriptors,
+/// or to open the folders with them.
+template <unsigned int... rights_given_up>
+void give_up_rights(Manager& /*manager*/) {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     __user_cap_data_struct rights[_LINUX_CAPABILITY_U32S_3]{};
     syscall(SYS_capget, &header, rights);
-    rights[0].effective &= ~(1U << CAP_SYS_PTRACE);
+    rights[0].effective &= ~((1U << rights_given_up) | ...);
     syscall(SYS_capset, &header, rights);
 }
 
+template <Work give_up>
 void old_neighbour_out_of_sight(Tally& /*tally*/) {
     const Shared<Board> opening;
-    const Process opener = start_opener(*opening, give_up_looking_into_others);
+    const Process opener = start_opener(*opening, give_up);
     constexpr uid_t somebody = 65534;
     Process neighbour = start_old_neighbour(somebody);
     opening->go = true;
@@ -310,14 +315,16 @@ void shutdown(Tally& tally) {
 }  // namespace
 
 bool run_lost_sem_update(int rounds) {
-    constexpr void (*cases[])(Tally&) = {shutdown,
-                                         stopped_holder,
-                                         old_neighbour<false>,
-                                         old_neighbour<true>,
-                                         killed_holder<start_scans>,
-                                         killed_holder<open_camera>,
-                                         old_neighbour_that_goes,
-                                         old_neighbour_out_of_sight};
+    constexpr void (*cases[])(Tally&) = {
+        shutdown,
+        stopped_holder,
+        old_neighbour<false>,
+        old_neighbour<true>,
+        killed_holder<start_scans>,
+        killed_holder<open_camera>,
+        old_neighbour_that_goes,
+        old_neighbour_out_of_sight<give_up_rights<CAP_SYS_PTRACE>>,
+        old_neighbour_out_of_sight<give_up_rights<CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH>>};
     constexpr int kinds = static_cast<int>(std::size(cases));
     configure();
     const Shared<Tally> tally;
