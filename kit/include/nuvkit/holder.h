@@ -16,9 +16,11 @@ struct Holder {
     std::uint32_t start_ticks = 0;  ///< low 32 bits of the process's start, clock ticks since boot
 };
 
+/// Whether the two are one process.
 inline bool operator==(const Holder& one, const Holder& other) {
     return one.process_id == other.process_id && one.start_ticks == other.start_ticks;
 }
+/// Whether the two are different processes.
 inline bool operator!=(const Holder& one, const Holder& other) {
     return !(one == other);
 }
