@@ -1,8 +1,8 @@
 // One-byte locks on the region's own descriptor, which the kernel drops when their holder dies.
 //
 // gate (byte 0, exclusive): held only across steps that wait for no other process, by whoever
-// creates, attaches to, clears or removes the region. Nothing waits for a semaphore while holding
-// it: a dead holder of `sem_rw` would lock everyone out for good.
+// creates, attaches to, clears or removes the region, or frees a lost `sem_rw`. Nothing waits for a
+// semaphore while holding it: a dead holder of `sem_rw` would lock everyone out for good.
 //
 // presence (byte 1, shared): held from attach to detach. Whoever can turn it exclusive knows that
 // no other manager is attached or attaching.

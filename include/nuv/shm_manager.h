@@ -68,10 +68,8 @@ public:
     /// Attaches to the registry, or creates it when there is none.
     /// \retval NUV_NOERROR        attached
     /// \retval NUV_DIFFTIME_OUT   attached; the heartbeat was stale, so the registry was cleared
-    /// \retval NUV_ERROR_INIT     it has succeeded on this object before (also after `close_shm`),
-    /// or
-    ///                            the first probe failed for another reason than the region's
-    ///                            absence
+    /// \retval NUV_ERROR_INIT     it has succeeded on this object before, or the first probe failed
+    ///                            for another reason than the region's absence
     /// \retval NUV_ERROR_NOMEMORY a step failed; the object is as before and may try again
     unsigned int Initialize();
     /// Creates the registry, or attaches when it is alive. `Initialize` alone marks the object as

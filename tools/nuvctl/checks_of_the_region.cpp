@@ -1,6 +1,6 @@
 // Whether there is a registry that can be used, and by whom.
 #include "checks.h"
-#include "file_text.h"
+#include "ownership_text.h"
 #include "process_text.h"
 #include "suspects.h"
 

@@ -1,6 +1,6 @@
 #include "process_text.h"
 
-#include "file_text.h"
+#include "ownership_text.h"
 #include "safe_text.h"
 #include "time_text.h"
 

@@ -1,5 +1,5 @@
-#include "file_text.h"
 #include "iftype_text.h"
+#include "ownership_text.h"
 #include "process_text.h"
 #include "registry_report.h"
 #include "registry_status.h"

@@ -1,7 +1,7 @@
 #include "suspects.h"
 
-#include "file_text.h"
 #include "joined.h"
+#include "ownership_text.h"
 #include "process_text.h"
 
 #include <nuvkit/holder.h>

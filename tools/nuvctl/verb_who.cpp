@@ -1,7 +1,7 @@
 #include "camera.h"
-#include "file_text.h"
 #include "joined.h"
 #include "json_output.h"
+#include "ownership_text.h"
 #include "process_text.h"
 #include "reading_options.h"
 #include "region_users.h"

@@ -1,4 +1,4 @@
-#include "file_text.h"
+#include "ownership_text.h"
 
 #include "safe_text.h"
 
