@@ -10,9 +10,9 @@
 #include <nuv/result.h>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 #include <thread>
 
 namespace nuv {
@@ -27,8 +27,8 @@ enum class Found { region, fragment, nothing, gate_closed };
 Found look_for_region(Attempt& attempt, Deadline deadline) {
     constexpr auto patience = 200ms;
     const Deadline end_of_patience = std::chrono::steady_clock::now() + patience;
-    while (attempt.held->has_link()) {
-        const bool long_enough = attempt.held->size() >= NUV_SHM_SIZE;
+    while (const std::optional<std::size_t> size = attempt.held->size_if_linked()) {
+        const bool long_enough = *size >= NUV_SHM_SIZE;
         if (long_enough && attempt.held->version() != 0) {
             return Found::region;
         }
@@ -150,7 +150,7 @@ Outcome join_region(Attempt& attempt, Deadline deadline) {
     }
     make_wrappers(attempt);
     bool cleared = clear_if_stale(attempt);
-    attempt.region()->processid = getpid();
+    attempt.region()->processid = attempt.held->process_id();
     attempt.gate.release();
     if (!acquire_sem_rw(attempt, deadline, cleared)) {
         return attempt.give_up();

@@ -19,6 +19,11 @@ namespace {
 std::mutex list_mutex;
 Attachment* first = nullptr;
 
+int open_name(int flags) {
+    constexpr mode_t everybody = 0666;
+    return shm_open(NUV_SHM_NAME, flags, everybody);
+}
+
 }  // namespace
 
 Attachment::Attachment() : process(getpid()) {
@@ -34,7 +39,7 @@ Attachment::Attachment() : process(getpid()) {
 
 Attachment::~Attachment() {
     unmap();
-    close();
+    close(Locks::own);
     const std::lock_guard<std::mutex> lock(list_mutex);
     (previous != nullptr ? previous->next : first) = next;
     if (next != nullptr) {
@@ -42,10 +47,19 @@ Attachment::~Attachment() {
     }
 }
 
-bool Attachment::open(int flags) {
-    constexpr mode_t everybody = 0666;
+bool Attachment::can_open() {
     const std::lock_guard<std::mutex> lock(list_mutex);
-    descriptor = shm_open(NUV_SHM_NAME, flags, everybody);
+    const int probe = open_name(O_RDWR);
+    if (probe < 0) {
+        return false;
+    }
+    ::close(probe);
+    return true;
+}
+
+bool Attachment::open(int flags) {
+    const std::lock_guard<std::mutex> lock(list_mutex);
+    descriptor = open_name(flags);
     return descriptor >= 0;
 }
 
@@ -68,10 +82,10 @@ void Attachment::unmap() {
     }
 }
 
-void Attachment::close() {
+void Attachment::close(Locks locks) {
     const std::lock_guard<std::mutex> lock(list_mutex);
     if (descriptor >= 0) {
-        if (belongs_to_this_process()) {
+        if (locks == Locks::own) {
             drop_locks(descriptor);
         }
         ::close(descriptor);
@@ -79,14 +93,12 @@ void Attachment::close() {
     }
 }
 
-bool Attachment::has_link() const {
+std::optional<std::size_t> Attachment::size_if_linked() const {
     struct stat status {};
-    return fstat(descriptor, &status) == 0 && status.st_nlink > 0;
-}
-
-std::size_t Attachment::size() const {
-    struct stat status {};
-    return fstat(descriptor, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
+    if (fstat(descriptor, &status) != 0 || status.st_nlink == 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::size_t>(status.st_size);
 }
 
 unsigned int Attachment::version() const {

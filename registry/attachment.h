@@ -13,6 +13,9 @@
 
 namespace nuv {
 
+/// A copy of a descriptor has the locks of the process that it was copied from.
+enum class Locks { own, of_another_process };
+
 /// Owns both. A fork hands copies of them to the child, which would keep a dead parent's locks
 /// alive: so every attachment of the process is in a list, and the child closes and unmaps what it
 /// finds there before `fork` returns. Its managers are then not attached.
@@ -23,27 +26,32 @@ public:
     Attachment& operator=(const Attachment&) = delete;
     ~Attachment();
 
-    /// Opens the region's name; false leaves the reason in `errno`.
+    /// Whether the region's name can be opened; false leaves the reason in `errno`.
+    static bool can_open();
+    /// Opens it; false leaves the reason in `errno`.
     bool open(int flags);
     /// Maps the whole region; false leaves the reason in `errno`.
     bool map();
     void unmap();
-    /// Gives up the locks and closes the descriptor.
-    void close();
+    /// Closes the descriptor. The locks are dropped all at once: neither the gate without the
+    /// presence, for which whoever comes through it next would take this one for a neighbour and
+    /// leave the region to it, nor the other way round.
+    void close(Locks locks);
 
     int fd() const { return descriptor; }
     NUV_Devlist_Shm* region() const { return mapping; }
 
-    /// Whether the descriptor's file still has a name. A region without one is nobody's meeting
-    /// place any more.
-    bool has_link() const;
-    std::size_t size() const;
+    /// The size of the descriptor's file; none if it has no name any more. A region without one is
+    /// nobody's meeting place.
+    std::optional<std::size_t> size_if_linked() const;
+    bool has_link() const { return size_if_linked().has_value(); }
     /// Read from the file, since a mapping beyond its end can't be touched.
     unsigned int version() const;
 
     /// The manager that shows this attachment in its fields from now on, and whose semaphore
     /// wrappers it guards.
     void set_manager(CNuv_shm_manager& attached);
+    pid_t process_id() const { return process; }
     /// False in a process that was forked without the list being seen to.
     bool belongs_to_this_process() const;
 

@@ -87,12 +87,8 @@ void Attempt::release() {
     if (!keep_name) {
         unlink_name();
     }
-    if (gate.is_held()) {
-        // Whoever is leaving and comes to the gate next must not take this one for a neighbour.
-        drop_presence(held->fd());
-    }
-    gate.release();
-    held->close();
+    gate.forget();
+    held->close(Locks::own);
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: close hdlMem done", op());
     if (name_unlinked) {
         NUV_LOG(manager, NUV_LOG_TRACE, "%s: shm_unlink done", op());

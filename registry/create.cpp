@@ -11,18 +11,12 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 namespace nuv {
 namespace {
 
 constexpr int region_size = static_cast<int>(NUV_SHM_SIZE);
-
-/// A kernel that protects regular files in folders like /dev/shm refuses O_CREAT on another user's
-/// file, which may have come there since the probe.
-bool may_be_opened() {
-    Attachment probe;  // so that no forked child keeps the descriptor
-    return probe.open(O_RDWR);
-}
 
 void give_to_group_video(Attempt& attempt) {
     CNuv_shm_manager& manager = attempt.manager;
@@ -167,7 +161,9 @@ Outcome try_create(CNuv_shm_manager& manager, Deadline deadline) {
     Attempt attempt(manager, Path::create);
     if (!attempt.open(O_RDWR | O_CREAT)) {
         const int error = errno;
-        if (error == EACCES && may_be_opened()) {
+        // A kernel that protects regular files in folders like /dev/shm refuses O_CREAT on another
+        // user's file, which may have come there since the probe.
+        if (error == EACCES && Attachment::can_open()) {
             return attempt.start_over(deadline);
         }
         attempt.log_open_failure(error);
@@ -178,7 +174,8 @@ Outcome try_create(CNuv_shm_manager& manager, Deadline deadline) {
     if (!attempt.gate.acquire(deadline)) {
         return attempt.give_up();
     }
-    if (!attempt.held->has_link() || attempt.held->size() >= NUV_SHM_SIZE) {
+    const std::optional<std::size_t> size = attempt.held->size_if_linked();
+    if (!size || *size >= NUV_SHM_SIZE) {
         return attempt.start_over(deadline);
     }
     return build_region(attempt, deadline);

@@ -58,27 +58,21 @@ bool is_last(const Attachment& attachment) {
            attachment.has_link();
 }
 
-void leave(CNuv_shm_manager& manager, Attachment& attachment, Gate& gate, const char* op) {
+void leave(CNuv_shm_manager& manager, Attachment& attachment, Locks locks, const char* op) {
     attachment.unmap();
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: munmap done", op);
-    if (gate.is_held()) {
-        // Whoever leaves next must not take this one for a neighbour: it would keep the region,
-        // and nobody would be left to remove it.
-        drop_presence(attachment.fd());
-    }
-    gate.release();  // not later: the descriptor's number may be another thread's by then
-    attachment.close();
+    attachment.close(locks);
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: close m_hMem done", op);
 }
 
-void remove_region(CNuv_shm_manager& manager, Attachment& attachment, Gate& gate, const char* op) {
+void remove_region(CNuv_shm_manager& manager, Attachment& attachment, const char* op) {
     sem_destroy(sem_rw_of(attachment.region()));
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: sem_destroy 'sem_rw' done", op);
     sem_destroy(sem_update_of(attachment.region()));
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: sem_destroy 'sem_update' done", op);
     // The name goes while the gate is held; the log has it last.
     shm_unlink(NUV_SHM_NAME);
-    leave(manager, attachment, gate, op);
+    leave(manager, attachment, Locks::own, op);
     NUV_LOG(manager, NUV_LOG_TRACE, "%s: shm_unlink done", op);
 }
 
@@ -97,16 +91,18 @@ unsigned int CNuv_shm_manager::close_shm() {
     if (devlist_shm == nullptr || attachment == nullptr) {
         return 0;
     }
-    nuv::Gate gate(m_hMem);
     if (!ours) {
-        nuv::leave(*this, *attachment, gate, op);
+        nuv::leave(*this, *attachment, nuv::Locks::of_another_process, op);
     } else {
         const nuv::Deadline deadline = nuv::deadline_for(*this);
         nuv::count_out(*this, op, deadline);
-        if (gate.acquire(deadline) && nuv::is_last(*attachment)) {
-            nuv::remove_region(*this, *attachment, gate, op);
+        nuv::Gate gate(m_hMem);
+        const bool is_last = gate.acquire(deadline) && nuv::is_last(*attachment);
+        gate.forget();
+        if (is_last) {
+            nuv::remove_region(*this, *attachment, op);
         } else {
-            nuv::leave(*this, *attachment, gate, op);
+            nuv::leave(*this, *attachment, nuv::Locks::own, op);
         }
     }
     attachment.reset();

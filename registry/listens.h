@@ -25,11 +25,11 @@ CNuv_Log* listener(const Object& object) {
 }
 
 inline bool listens(const CNuv_sem_access& access) {
-    return relaxed_load(access.clog) != nullptr && writes_lines(access);
+    return writes_lines(access) && relaxed_load(access.clog) != nullptr;
 }
 
 inline bool listens(const CNuv_shm_manager& manager) {
-    return relaxed_load(manager.clog) != nullptr && writes_lines(manager);
+    return writes_lines(manager) && relaxed_load(manager.clog) != nullptr;
 }
 
 }  // namespace nuv

@@ -63,10 +63,6 @@ bool claim_presence(int fd) {
     return set_lock(fd, F_WRLCK, presence_byte, 1);
 }
 
-void drop_presence(int fd) {
-    set_lock(fd, F_UNLCK, presence_byte, 1);
-}
-
 Lock_answer try_update_byte(int fd) {
     return try_lock(fd, F_WRLCK, update_byte, 1);
 }

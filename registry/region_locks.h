@@ -32,6 +32,8 @@ public:
     /// Polls until the gate is taken; false when the deadline passes first.
     bool acquire(Deadline deadline);
     void release();
+    /// Leaves the lock to whoever closes the descriptor, whose number may then be another thread's.
+    void forget() { held = false; }
     bool is_held() const { return held; }
 
 private:
@@ -43,8 +45,6 @@ private:
 bool share_presence(int fd);
 /// Turns shared presence into exclusive presence; false when another manager shares it.
 bool claim_presence(int fd);
-/// Inside the gate, once this manager can no longer be the one that removes the region.
-void drop_presence(int fd);
 
 enum class Lock_answer { taken, busy, unknown };
 

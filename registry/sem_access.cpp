@@ -34,19 +34,22 @@ int record_holder(CNuv_sem_access& access, std::uint64_t thread) {
     return depth;
 }
 
-void log_failed_wait(CNuv_sem_access& access, const char* op, int error) {
+constexpr char op_wait[] = "wait";
+
+void log_failed_wait(CNuv_sem_access& access, int error) {
     if (const char* const text = nuv::error_text(error)) {
-        access.writelog(NUV_LOG_TRACE, "%s: sem_wait returned %d ernno %d %s", op, -1, error, text);
+        access.writelog(NUV_LOG_TRACE, "%s: sem_wait returned %d ernno %d %s", op_wait, -1, error,
+                        text);
     } else {
-        access.writelog(NUV_LOG_TRACE, "%s: sem_wait returned %d ernno %d", op, -1, error);
+        access.writelog(NUV_LOG_TRACE, "%s: sem_wait returned %d ernno %d", op_wait, -1, error);
     }
 }
 
 /// Sees to a wait that the system has ended. \return whether it is to be tried again
-[[gnu::cold]] bool outlast_failure(CNuv_sem_access& access, const char* op) {
+[[gnu::cold]] bool outlast_failure(CNuv_sem_access& access) {
     const int error = errno;
     if (nuv::listens(access)) {
-        log_failed_wait(access, op, error);
+        log_failed_wait(access, error);
     }
     if (error != EINTR) {
         return false;
@@ -59,43 +62,67 @@ bool sees_every_wait(const nuv::Semaphore_guard& guard) {
     return guard.sees == nuv::Semaphore_guard::Sees::every_wait;
 }
 
-int acquire(CNuv_sem_access& access, nuv::Waiting& waiting) {
+int wait_once(CNuv_sem_access& access, nuv::Waiting& waiting) {
     if (access.guard == nullptr) {
         return sem_wait(access.sem);
     }
     nuv::mend_semaphore(access.sem);
-    if (sees_every_wait(*access.guard)) {
-        return access.guard->wait(access.sem, waiting);
-    }
-    if (nuv::is_free(access.sem) || nuv::is_soon_free(access.sem)) {
+    if (!sees_every_wait(*access.guard) && nuv::is_soon_free(access.sem)) {
         return sem_wait(access.sem);
     }
     return access.guard->wait(access.sem, waiting);
 }
 
+bool acquire_beside_others(CNuv_sem_access& access, nuv::Patience* patience) {
+    nuv::Waiting waiting(patience);
+    while (access.sem != nullptr) {
+        if (wait_once(access, waiting) == 0) {
+            return true;
+        }
+        if (!outlast_failure(access)) {
+            return false;
+        }
+    }
+    return false;
+}
+
+/// Whether a wait needs neither the guard nor its patience, as most don't.
+bool is_free_for_the_asking(const CNuv_sem_access& access) {
+    if (access.sem == nullptr || access.guard == nullptr || sees_every_wait(*access.guard)) {
+        return false;
+    }
+    nuv::mend_semaphore(access.sem);
+    return nuv::is_free(access.sem);
+}
+
+bool acquire(CNuv_sem_access& access, nuv::Patience* patience) {
+    if (is_free_for_the_asking(access)) {
+        if (sem_wait(access.sem) == 0) {
+            return true;
+        }
+        if (!outlast_failure(access)) {
+            return false;
+        }
+    }
+    return acquire_beside_others(access, patience);
+}
+
 int wait_through(CNuv_sem_access& access, nuv::Patience* patience) {
-    static constexpr char op[] = "wait";
     const std::uint64_t me = this_thread();
     if (holds(access, me)) {
         const int depth = record_holder(access, me);
-        NUV_LOG(access, NUV_LOG_TRACE, "%s: no sem_wait called wait_called %d t_id %u", op, depth,
-                static_cast<unsigned int>(me));
+        NUV_LOG(access, NUV_LOG_TRACE, "%s: no sem_wait called wait_called %d t_id %u", op_wait,
+                depth, static_cast<unsigned int>(me));
         return 0;
     }
-    nuv::Waiting waiting(patience);
-    while (access.sem != nullptr) {
-        if (acquire(access, waiting) == 0) {
-            const int depth = record_holder(access, me);
-            NUV_LOG(access, NUV_LOG_TRACE, "%s: sem_wait returned %d wait_called %d t_id %u", op, 0,
-                    depth, static_cast<unsigned int>(me));
-            return 0;
-        }
-        if (!outlast_failure(access, op)) {
-            break;
-        }
+    if (!acquire(access, patience)) {
+        NUV_LOG(access, NUV_LOG_TRACE, "%s: return with error -1", op_wait);
+        return -1;
     }
-    NUV_LOG(access, NUV_LOG_TRACE, "%s: return with error -1", op);
-    return -1;
+    const int depth = record_holder(access, me);
+    NUV_LOG(access, NUV_LOG_TRACE, "%s: sem_wait returned %d wait_called %d t_id %u", op_wait, 0,
+            depth, static_cast<unsigned int>(me));
+    return 0;
 }
 
 }  // namespace

@@ -54,10 +54,7 @@ unsigned int until_settled(CNuv_shm_manager& manager, const char* op, Try attemp
 
 /// Looks whether the region is there, and goes the way that fits.
 Outcome probe_and_try(CNuv_shm_manager& manager, const char* op, Deadline deadline) {
-    // An attachment, so that no forked child keeps the descriptor.
-    Attachment probe;
-    if (probe.open(O_RDWR)) {
-        probe.close();
+    if (Attachment::can_open()) {
         return try_attach(manager, deadline, When_absent::start_over);
     }
     const int error = errno;

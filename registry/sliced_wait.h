@@ -11,12 +11,6 @@
 
 namespace nuv {
 
-/// Whether a wait that starts now finds the semaphore free.
-inline bool is_free(sem_t* semaphore) {
-    int value = 0;
-    sem_getvalue(semaphore, &value);
-    return value > 0;
-}
 /// Looks again, for some microseconds, whether a semaphore becomes free that was not. A holder that
 /// runs is done by then, and being put to sleep and woken again takes longer.
 bool is_soon_free(sem_t* semaphore);

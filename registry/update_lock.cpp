@@ -2,6 +2,7 @@
 
 #include "registry/neighbours.h"
 #include "registry/region_locks.h"
+#include "registry/semaphore_bytes.h"
 #include "registry/sliced_wait.h"
 
 #include <cerrno>
