@@ -66,17 +66,18 @@ static_assert(sizeof(Holder) == sizeof(NUV_Device::backend_data));
 Holder current_process() {
     // Asked at every scan. Only in a forked child it is another process than before.
     static std::atomic<std::uint64_t> known{0};  // process id above, start below
-    const auto process = static_cast<std::uint32_t>(getpid());
+    const pid_t process = getpid();
     const std::uint64_t both = known.load(std::memory_order_relaxed);
-    if (both >> 32U == process) {
-        return {getpid(), static_cast<std::uint32_t>(both)};
+    if (both >> 32U == static_cast<std::uint32_t>(process)) {
+        return {process, static_cast<std::uint32_t>(both)};
     }
-    const auto status = status_of(getpid());
+    const auto status = status_of(process);
     if (!status) {
-        return {getpid(), 0};
+        return {process, 0};
     }
-    known.store(std::uint64_t{process} << 32U | status->start_ticks, std::memory_order_relaxed);
-    return {getpid(), status->start_ticks};
+    known.store(static_cast<std::uint64_t>(process) << 32U | status->start_ticks,
+                std::memory_order_relaxed);
+    return {process, status->start_ticks};
 }
 
 Holder holder_of(const NUV_Device& device) {

@@ -1,8 +1,11 @@
 #include "line_text.h"
 
+#include "this_writer.h"
+
 #include <nuv/bits.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 
 namespace nuv {
@@ -44,16 +47,35 @@ Line_text::Line_text(unsigned int level, unsigned int source, const char* format
 }
 
 void Line_text::append_head(unsigned int level, unsigned int source) {
-    int written = 0;
+    const Writer& from = this_writer();
+    append_number(from.process, 10);
+    append(":");
+    append_number(from.thread, 10);
+    append(" 0x");
+    append_number(level, 16);
+    append(" ");
     if (const char* name = class_name(source)) {
-        written = std::snprintf(text.data(), head_size, "0x%x %s ", level, name);
+        append(name);
     } else if ((source & NUV_BIT_LOG_INTERFACE) != 0) {
-        written = std::snprintf(text.data(), head_size, "0x%x interface-%u ", level,
-                                (source >> type_shift) & type_mask);
+        append("interface-");
+        append_number((source >> type_shift) & type_mask, 10);
     } else {
-        written = std::snprintf(text.data(), head_size, "0x%x 0x%08x ", level, source);
+        std::array<char, sizeof "0x12345678"> word;
+        std::snprintf(word.data(), word.size(), "0x%08x", source);
+        append(word.data());
     }
-    length = static_cast<std::size_t>(written);
+    append(" ");
+}
+
+void Line_text::append(std::string_view part) {
+    length += part.copy(text.data() + length, text.size() - length);
+}
+
+template <class Number>
+void Line_text::append_number(Number number, int base) {
+    char* const end = text.data() + text.size();
+    length = static_cast<std::size_t>(std::to_chars(text.data() + length, end, number, base).ptr -
+                                      text.data());
 }
 
 void Line_text::append_escaped(std::string_view plain) {

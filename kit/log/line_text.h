@@ -1,4 +1,4 @@
-// What a log line says behind its time and process: level, source, text.
+// What a log line says behind its time: process, thread, level, source, text.
 #pragma once
 
 #include <array>
@@ -21,6 +21,9 @@ private:
     static constexpr std::size_t longest_escape = 4;
 
     void append_head(unsigned int level, unsigned int source);
+    void append(std::string_view part);
+    template <class Number>
+    void append_number(Number number, int base);
     void append_escaped(std::string_view plain);
 
     std::array<char, head_size + longest_escape * formatted_size> text;

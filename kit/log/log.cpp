@@ -82,7 +82,7 @@ CNuv_Log::Impl::Impl(const Settings& settings)
       interface_types(settings.interface_types),
       logger("", {}) {
     logger.sinks() = open_sinks(settings);
-    logger.set_pattern("%Y-%m-%d %H:%M:%S.%e %P:%t %v");
+    logger.set_pattern("%Y-%m-%d %T.%e %v");
     logger.set_level(spdlog::level::trace);
     logger.flush_on(spdlog::level::trace);
     logger.set_error_handler([this](const std::string& what) {

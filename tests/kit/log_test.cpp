@@ -116,6 +116,23 @@ TEST(Log, KilledProcessLeavesItsLinesInAFileOfItsOwn) {
               Lines{" 0x2 manager last words"});
 }
 
+TEST(Log, EachLineNamesTheProcessAndTheThreadThatWroteIt) {
+    CNuv_Log log(all_to("a.log"));
+    const auto write = [&log] {
+        log.writelog(NUV_LOG_TRACE, from_manager, "%d:%d", getpid(), gettid());
+    };
+    write();
+    std::thread(write).join();
+    EXPECT_EQ(nuv_test::Process(write).wait(), 0);
+    std::ifstream file(path_of("a.log"));
+    int lines = 0;
+    for (std::string line; std::getline(file, line); ++lines) {
+        const std::string writer = line.substr(line.rfind(' '));
+        EXPECT_NE(line.find(writer + " 0x2 manager" + writer), std::string::npos) << line;
+    }
+    EXPECT_EQ(lines, 3);
+}
+
 TEST(Log, LinesOfManyThreadsStayWholeAndAForkedChildCanWrite) {
     auto settings = all_to("a.log");
     settings.max_size = 0;
