@@ -5,10 +5,8 @@
 #include <locale.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <exception>
 #include <iostream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -59,23 +57,20 @@ std::vector<std::string> reversed_arguments(int count, char** words) {
     return {arguments.rbegin(), arguments.rend()};
 }
 
-bool is_verb(const std::string& word) {
-    return std::any_of(std::begin(verbs), std::end(verbs),
-                       [&word](const Verb& verb) { return verb.name == word; });
-}
-
 Exit run_tool(int count, char** words) {
     CLI::App tool("See and use the cameras in this machine's device registry.", "nuvctl");
     tool.set_version_flag("--version", "nuvctl " NUVCTL_VERSION);
     tool.footer(exit_code_help);
     tool.require_subcommand(1);
+    std::vector<std::string> arguments = reversed_arguments(count, words);
     Action chosen;
     for (const Verb& verb : verbs) {
-        CLI::App* arguments = tool.add_subcommand(verb.name, verb.summary);
-        arguments->callback([&chosen, action = verb.declare(*arguments)] { chosen = action; });
+        CLI::App* const described = tool.add_subcommand(verb.name, verb.summary);
+        if (verb.name == arguments.back()) {
+            chosen = verb.declare(*described);
+        }
     }
-    std::vector<std::string> arguments = reversed_arguments(count, words);
-    if (arguments.back()[0] != '-' && !is_verb(arguments.back())) {
+    if (!chosen && arguments.back()[0] != '-') {
         std::cerr << "nuvctl: there is no verb \"" << nuvctl::safe_text(arguments.back())
                   << "\"; nuvctl --help lists them\n";
         return Exit::usage;
