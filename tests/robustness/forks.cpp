@@ -14,6 +14,7 @@ namespace {
 
 struct Board {
     std::atomic<pid_t> child{0};
+    std::atomic<bool> child_runs{false};
     std::atomic<bool> asked{false};
     std::atomic<long> steps{0};
     std::atomic<int> placed{0};
@@ -26,8 +27,10 @@ void fork_when_asked(Board& board) {
         std::this_thread::sleep_for(std::chrono::microseconds(50));
     }
     const pid_t child = fork();
-    while (child == 0) {
-        pause();
+    if (child == 0) {
+        board.child_runs = true;
+        sleep(60);  // not for ever, should the test end before it
+        _exit(0);
     }
     board.child = child;
 }
@@ -73,9 +76,12 @@ bool play_case(Phase phase, long step, bool alone, Tally& tally) {
     }
     const Shared<Board> board;
     Process parent([&] { die_after_fork(*board, phase, step); });
-    wait_for(attach_bound, [&] { return parent.has_ended(); });
+    // It may have to wait for what the neighbour held when it died.
+    wait_for(attach_bound + machine_slack, [&] { return parent.has_ended(); });
+    // Before the child runs it has copies of everything, whatever the library does.
+    wait_for(machine_slack, [&board] { return board->child_runs.load(); });
     const pid_t child = board->child;
-    if (!parent.has_ended() || parent.wait() != -SIGKILL || child <= 0 || kill(child, 0) != 0) {
+    if (!parent.has_ended() || parent.wait() != -SIGKILL || child <= 0 || !board->child_runs) {
         fail("forks: the parent was to die, and the child to live");
     }
     age_heartbeat();
