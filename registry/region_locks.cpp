@@ -1,5 +1,7 @@
 #include "registry/region_locks.h"
 
+#include <nuv/registry_layout.h>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -9,10 +11,6 @@
 
 namespace nuv {
 namespace {
-
-constexpr off_t gate_byte = 0;
-constexpr off_t presence_byte = 1;
-constexpr off_t update_byte = 2;
 
 Lock_answer try_lock(int fd, short type, off_t first, off_t length) {
     struct flock lock {};
@@ -37,7 +35,7 @@ bool set_lock(int fd, short type, off_t first, off_t length) {
 bool Gate::acquire(Deadline deadline) {
     using namespace std::chrono_literals;
     std::chrono::microseconds pause = 100us;
-    while (!set_lock(fd, F_WRLCK, gate_byte, 1)) {
+    while (!set_lock(fd, F_WRLCK, NUV_SHM_GATE_BYTE, 1)) {
         if (std::chrono::steady_clock::now() >= deadline) {
             return false;
         }
@@ -50,29 +48,29 @@ bool Gate::acquire(Deadline deadline) {
 
 void Gate::release() {
     if (held) {
-        set_lock(fd, F_UNLCK, gate_byte, 1);
+        set_lock(fd, F_UNLCK, NUV_SHM_GATE_BYTE, 1);
         held = false;
     }
 }
 
 bool share_presence(int fd) {
-    return set_lock(fd, F_RDLCK, presence_byte, 1);
+    return set_lock(fd, F_RDLCK, NUV_SHM_PRESENCE_BYTE, 1);
 }
 
 bool claim_presence(int fd) {
-    return set_lock(fd, F_WRLCK, presence_byte, 1);
+    return set_lock(fd, F_WRLCK, NUV_SHM_PRESENCE_BYTE, 1);
 }
 
 Lock_answer try_update_byte(int fd) {
-    return try_lock(fd, F_WRLCK, update_byte, 1);
+    return try_lock(fd, F_WRLCK, NUV_SHM_UPDATE_BYTE, 1);
 }
 
 void drop_update_byte(int fd) {
-    set_lock(fd, F_UNLCK, update_byte, 1);
+    set_lock(fd, F_UNLCK, NUV_SHM_UPDATE_BYTE, 1);
 }
 
 void drop_locks(int fd) {
-    set_lock(fd, F_UNLCK, gate_byte, update_byte + 1);
+    set_lock(fd, F_UNLCK, NUV_SHM_GATE_BYTE, NUV_SHM_UPDATE_BYTE + 1);
 }
 
 }  // namespace nuv

@@ -15,6 +15,18 @@ constexpr char NUV_SHM_NAME[] = "/nuv_device_shmem";
 constexpr std::uint16_t NUV_SHM_VERSION = 0x0101;
 /// Bytes of the region.
 constexpr std::size_t NUV_SHM_SIZE = 21464;
+/// Seconds after which a heartbeat is too old, unless a manager is configured otherwise.
+constexpr std::uint64_t NUV_SHM_DIFFTIME = 10;
+
+// Bytes on which open-file-description locks of the region's file lie.
+
+/// Held exclusively by whoever creates the region, attaches to it, clears or removes it, or frees
+/// a lost `sem_rw`.
+constexpr long NUV_SHM_GATE_BYTE = 0;
+/// Shared by every attached manager.
+constexpr long NUV_SHM_PRESENCE_BYTE = 1;
+/// Held by whoever holds `sem_update`.
+constexpr long NUV_SHM_UPDATE_BYTE = 2;
 
 /// Entries of the device list.
 constexpr int NUV_DEVICE_COUNT = 128;

@@ -162,12 +162,12 @@ public:
     /// Writes a line when a log is set and bit 0x20000000 is. Any thread, no lock.
     void writelog(unsigned int level, const char* format, ...) NUV_PRINTF_FORMAT(3, 4);
 
-    bool init_done = false;                    ///< set by a successful `Initialize`, never cleared
-    std::int32_t m_hMem = -1;                  ///< the region's descriptor while attached
-    std::int32_t proc_id = 0;                  ///< process id at creation, traced only
-    std::uint64_t m_difftime = 10;             ///< staleness tolerance, seconds
-    std::uint32_t general_bits = 0;            ///< those of <nuv/bits.h>
-    std::unique_ptr<CNuv_sem_access> sema_rw;  ///< `sem_rw`, while attached
+    bool init_done = false;    ///< set by a successful `Initialize`, never cleared
+    std::int32_t m_hMem = -1;  ///< the region's descriptor while attached
+    std::int32_t proc_id = 0;  ///< process id at creation, traced only
+    std::uint64_t m_difftime = NUV_SHM_DIFFTIME;   ///< staleness tolerance, seconds
+    std::uint32_t general_bits = 0;                ///< those of <nuv/bits.h>
+    std::unique_ptr<CNuv_sem_access> sema_rw;      ///< `sem_rw`, while attached
     std::unique_ptr<CNuv_sem_access> sema_update;  ///< `sem_update`, while attached
     NUV_Devlist_Shm* devlist_shm = nullptr;        ///< the mapped region while attached
     CNuv_Log* clog = nullptr;                      ///< not owned

@@ -4,6 +4,8 @@
 #include "suspects.h"
 #include "time_text.h"
 
+#include <nuv/registry_layout.h>
+
 #include <algorithm>
 
 namespace nuvctl {
@@ -71,7 +73,7 @@ std::string stale_text(const Registry_view& view) {
     const std::int64_t age = heartbeat_age(view);
     return (age < 0 ? "lies in the future, as after the clock was set back"
                     : std::to_string(age) + " s ago, more than " +
-                          std::to_string(staleness_tolerance) + " s") +
+                          std::to_string(NUV_SHM_DIFFTIME) + " s") +
            std::string(": newcomers will clear the registry");
 }
 

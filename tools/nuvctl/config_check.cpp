@@ -167,12 +167,12 @@ void remark_on_heartbeat(const Config_file& file, std::vector<Config_remark>& re
     const unsigned long bits = file.setting(Key::general_bits).number();
     const bool scans = scan.text ? scan.number() != 0 : (bits & NUV_BIT_SCAN_OFF) == 0;
     const bool heartbeat_thread_runs = !scans || period > std::uint64_t{250} * difftime;
-    if (!heartbeat_thread_runs && period >= 1000 * staleness_tolerance) {
+    if (!heartbeat_thread_runs && period >= 1000 * NUV_SHM_DIFFTIME) {
         Config_remark remark{
             file.setting(Key::difftime).line,
             "a scan each " + std::to_string(period) + " ms is the only heartbeat, as Difftime is " +
                 std::to_string(difftime) + " s: others find the registry stale after " +
-                std::to_string(staleness_tolerance) +
+                std::to_string(NUV_SHM_DIFFTIME) +
                 " s and clear it; leave Difftime at 10 or Scantime below 10000"};
         remark.starves_heartbeat = true;
         remarks.push_back(remark);

@@ -2,6 +2,8 @@
 
 #include "checks.h"
 
+#include <nuv/registry_layout.h>
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -52,7 +54,7 @@ Registry_status settled_status() {
 /// Whether an attached manager has its lock on the region, wherever it runs. Only asks.
 bool is_somebody_present() {
     const Descriptor region = open_registry();
-    return lock_on(region.number, presence_byte) == Lock_state::taken;
+    return lock_on(region.number, NUV_SHM_PRESENCE_BYTE) == Lock_state::taken;
 }
 
 }  // namespace

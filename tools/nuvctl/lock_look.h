@@ -6,12 +6,8 @@
 
 namespace nuvctl {
 
-/// Shared by every attached manager.
-constexpr off_t presence_byte = 1;
-/// Goes with `sem_update`. The kernel drops it when its owner dies, so a semaphore that stays held
-/// while the lock is free has lost its holder.
-constexpr off_t update_byte = 2;
-
+/// The kernel drops a lock when its owner dies: a `sem_update` that stays held while the lock on
+/// its byte is free has lost its holder.
 enum class Lock_state { free, taken, unknown };
 
 Lock_state lock_on(int descriptor, off_t byte);

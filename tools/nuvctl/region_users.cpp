@@ -113,9 +113,9 @@ void Examination::add_descriptor(const std::string& number) {
         // "lock: 1: OFDLCK ADVISORY READ -1 00:19:5 1 1"
         if (std::sscanf(line.c_str(), "lock: %*s OFDLCK %*s %*s %*s %*s %ld %ld", &first, &last) ==
             2) {
-            user.presence_locks += first <= presence_byte && last >= presence_byte;
-            user.has_update_lock =
-                user.has_update_lock || (first <= update_byte && last >= update_byte);
+            user.presence_locks += first <= NUV_SHM_PRESENCE_BYTE && last >= NUV_SHM_PRESENCE_BYTE;
+            user.has_update_lock = user.has_update_lock ||
+                                   (first <= NUV_SHM_UPDATE_BYTE && last >= NUV_SHM_UPDATE_BYTE);
         }
     }
 }

@@ -19,7 +19,7 @@ bool was_cleared(const NUV_Devlist_Shm& before, const NUV_Devlist_Shm& after) {
     const auto pause = static_cast<std::uint64_t>(after.time_stamp) -
                        static_cast<std::uint64_t>(before.time_stamp);
     return after.id_counter < before.id_counter ||
-           (pause > staleness_tolerance && after.processid != before.processid);
+           (pause > NUV_SHM_DIFFTIME && after.processid != before.processid);
 }
 
 class Events {

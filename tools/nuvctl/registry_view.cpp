@@ -108,7 +108,7 @@ void judge_heartbeat(Registry_view& view) {
     if (age < 0) {
         view.state = Registry_state::stale;
         view.problem = "the registry is stale: its heartbeat lies in the future";
-    } else if (static_cast<std::uint64_t>(age) > staleness_tolerance) {
+    } else if (static_cast<std::uint64_t>(age) > NUV_SHM_DIFFTIME) {
         view.state = Registry_state::stale;
         view.problem = "the registry is stale: its last heartbeat was " + std::to_string(age) +
                        " s ago; no manager keeps it fresh";

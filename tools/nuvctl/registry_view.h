@@ -34,9 +34,6 @@ struct Registry_view {
 
 constexpr char registry_path[] = "/dev/shm/nuv_device_shmem";
 
-/// Seconds after which an attaching manager finds the registry stale.
-constexpr std::uint64_t staleness_tolerance = 10;
-
 /// The registry by its name, open to look on. A negative number when it can't be opened; `errno`
 /// tells why.
 Descriptor open_registry();

@@ -35,7 +35,7 @@ public:
     }
 
     Lock_state update_lock() const {
-        return same ? lock_on(region.number, update_byte) : Lock_state::unknown;
+        return same ? lock_on(region.number, NUV_SHM_UPDATE_BYTE) : Lock_state::unknown;
     }
 
 private:

@@ -4,6 +4,8 @@
 #include "registry_report.h"
 #include "registry_status.h"
 
+#include <nuv/registry_layout.h>
+
 #include <nlohmann/json.hpp>
 
 namespace nuvctl {
@@ -94,7 +96,7 @@ ordered_json status_to_json(const Registry_status& status) {
     answer["users"] = users_to_json(registry);
     answer["heartbeat"] = {{"time_stamp", +registry.time_stamp},
                            {"age_seconds", heartbeat_age(view)},
-                           {"tolerance_seconds", staleness_tolerance},
+                           {"tolerance_seconds", NUV_SHM_DIFFTIME},
                            {"verdict", fresh ? "fresh" : "stale"}};
     answer["entries"] = {
         {"total", NUV_DEVICE_COUNT}, {"used", entries.used}, {"free", entries.free}};

@@ -4,6 +4,8 @@
 #include "registry_status.h"
 #include "time_text.h"
 
+#include <nuv/registry_layout.h>
+
 #include <cstdio>
 
 namespace nuvctl {
@@ -17,7 +19,7 @@ std::string heartbeat_text(const Registry_view& view) {
     }
     return moment + ", " + std::to_string(age) +
            " s ago: " + (view.state == Registry_state::live ? "fresh" : "stale") + " (tolerance " +
-           std::to_string(staleness_tolerance) + " s)";
+           std::to_string(NUV_SHM_DIFFTIME) + " s)";
 }
 
 /// Who has the lock holds the semaphore or waits for a holder that has no lock.
