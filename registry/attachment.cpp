@@ -26,9 +26,10 @@ int open_name(int flags) {
 
 }  // namespace
 
+const int Attachment::registered =
+    pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
+
 Attachment::Attachment() : process(getpid()) {
-    static const int registered [[maybe_unused]] =
-        pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
     const std::lock_guard<std::mutex> lock(list_mutex);
     next = first;
     if (first != nullptr) {

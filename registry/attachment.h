@@ -59,6 +59,7 @@ private:
     static void before_fork();
     static void after_fork_in_parent();
     static void after_fork_in_child();
+    static const int registered;  ///< when the library is loaded: a fork must not come in between
     void forget_in_child();
 
     int descriptor = -1;

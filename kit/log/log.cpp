@@ -1,5 +1,6 @@
 #include "file_name.h"
 #include "line_text.h"
+#include "this_writer.h"
 
 #include <nuv/bits.h>
 
@@ -26,11 +27,14 @@ constexpr unsigned int most_files = 1000;
 // that it does not have. The sinks have no lock of their own.
 std::mutex writing;
 
-void fork_safely() {
-    static const int registered =
-        pthread_atfork([] { writing.lock(); }, [] { writing.unlock(); }, [] { writing.unlock(); });
-    static_cast<void>(registered);
+void after_fork_in_child() {
+    writing.unlock();
+    nuv::forget_writer();
 }
+
+// When the library is loaded: a fork must not come in between.
+[[maybe_unused]] const int registered =
+    pthread_atfork([] { writing.lock(); }, [] { writing.unlock(); }, after_fork_in_child);
 
 void report(const std::string& what) {
     std::fprintf(stderr, "nuvlog: %s\n", what.c_str());
@@ -91,7 +95,6 @@ CNuv_Log::Impl::Impl(const Settings& settings)
         }
         failure_reported = true;
     });
-    fork_safely();
 }
 
 bool CNuv_Log::Impl::selects(unsigned int level, unsigned int source) const {

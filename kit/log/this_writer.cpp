@@ -1,6 +1,5 @@
 #include "this_writer.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 namespace nuv {
@@ -12,11 +11,13 @@ thread_local Writer writer;
 
 const Writer& this_writer() {
     if (writer.thread == 0) {
-        static const int registered [[maybe_unused]] =
-            pthread_atfork(nullptr, nullptr, [] { writer = {}; });
         writer = {getpid(), gettid()};
     }
     return writer;
+}
+
+void forget_writer() {
+    writer = {};
 }
 
 }  // namespace nuv

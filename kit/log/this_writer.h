@@ -13,5 +13,7 @@ struct Writer {
 /// The calling thread. The system is asked once in each thread, and again in a forked child: every
 /// time would be a seventh of a line's cost.
 const Writer& this_writer();
+/// In a forked child.
+void forget_writer();
 
 }  // namespace nuv
