@@ -6,19 +6,21 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <iostream>
 #include <regex>
+#include <thread>
 
 namespace {
 
 using namespace nuv_test;
 
 /// Has the region mapped as two managers would, and the lock of one that has sem_update.
-int be_attached(const std::vector<std::string>&) {
+int be_attached(const std::vector<std::string>& how) {
     const int region = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
     for (const int access : {PROT_READ | PROT_WRITE, PROT_READ | PROT_WRITE, PROT_READ}) {
         if (mmap(nullptr, NUV_SHM_SIZE, access, MAP_SHARED, region, 0) == MAP_FAILED) {
@@ -27,18 +29,26 @@ int be_attached(const std::vector<std::string>&) {
     }
     struct flock lock {};
     lock.l_type = F_WRLCK;
-    lock.l_start = 2;
+    lock.l_start = NUV_SHM_UPDATE_BYTE;
     lock.l_len = 1;
     if (fcntl(region, F_OFD_SETLK, &lock) != 0) {
         return 1;
+    }
+    if (!how.empty()) {
+        std::thread([first = pthread_self()] {
+            pthread_join(first, nullptr);
+            std::cout << "attached" << std::endl;
+            pause();
+        }).detach();
+        pthread_exit(nullptr);
     }
     std::cout << "attached" << std::endl;
     return pause();
 }
 const Register_role attached_role("attached to a hand-made registry", be_attached);
 
-Child attached_process() {
-    Child child = Child::in_role("attached to a hand-made registry");
+Child attached_process(const std::vector<std::string>& how = {}) {
+    Child child = Child::in_role("attached to a hand-made registry", how);
     EXPECT_EQ(child.read_line(), "attached");
     return child;
 }
@@ -86,6 +96,14 @@ TEST(Who, ProcessOnARemovedRegionIsFoundWithAndWithoutANewOne) {
     EXPECT_EQ(with.code, 0);
     EXPECT_EQ(said_of(child.pid(), with)["region"]["state"], "removed");
     EXPECT_EQ(run_tool({"status", "--json"}).json()["mapped"]["managers"], 0);
+}
+
+TEST(Who, ProcessWhoseFirstThreadHasEndedIsStillAttached) {
+    publish(registry_with({}));
+    const Child child = attached_process({"without its first thread"});
+    const nlohmann::json person = said_of(child.pid(), run_tool({"who", "--json"}));
+    EXPECT_EQ(person["region"]["managers"], 2);
+    EXPECT_EQ(person["region"]["update_lock"], true);
 }
 
 TEST(Who, DeadHolderIsGoneAndADeadHoldersLockIsFree) {

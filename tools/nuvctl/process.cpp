@@ -61,6 +61,7 @@ void read_status(Process& process) {
 std::optional<Process> find_process(pid_t id) {
     constexpr std::size_t state = 0;
     constexpr std::size_t flags = 6;
+    constexpr std::size_t threads = 17;
     constexpr std::size_t start = 19;
     constexpr unsigned long of_the_kernel = 0x00200000;
     const std::vector<std::string> fields = status_fields(id);
@@ -73,8 +74,10 @@ std::optional<Process> find_process(pid_t id) {
     process.start_ticks = std::strtoull(fields[start].c_str(), nullptr, 10);
     process.started = wall_clock(process.start_ticks);
     process.stopped = fields[state] == "T" || fields[state] == "t";
-    process.in_user_space = fields[state] != "Z" && fields[state] != "X" &&
-                            (std::strtoul(fields[flags].c_str(), nullptr, 10) & of_the_kernel) == 0;
+    // A zombie with threads lives: only its first one has ended.
+    const bool has_ended = fields[state] == "X" || (fields[state] == "Z" && fields[threads] == "1");
+    process.in_user_space =
+        !has_ended && (std::strtoul(fields[flags].c_str(), nullptr, 10) & of_the_kernel) == 0;
     read_status(process);
     return process;
 }

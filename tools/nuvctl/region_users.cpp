@@ -42,10 +42,26 @@ bool is_shortage(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
+/// Where the kernel shows what a process has open and mapped: in the process's own folder, or in
+/// that of another of its threads once the first has ended.
+fs::path folder_of(pid_t id) {
+    const fs::path process = "/proc/" + std::to_string(id);
+    std::error_code error;
+    if (!fs::read_symlink(process / "exe", error).empty() || error.value() != ENOENT) {
+        return process;
+    }
+    for (const fs::directory_entry& thread : fs::directory_iterator(process / "task", error)) {
+        if (thread.path().filename() != process.filename()) {
+            return thread.path();
+        }
+    }
+    return process;
+}
+
 /// What is found out about one process.
 class Examination {
 public:
-    explicit Examination(pid_t id) : folder("/proc/" + std::to_string(id)) {}
+    explicit Examination(pid_t id) : folder(folder_of(id)) {}
 
     /// False when the process may not be examined.
     bool look() { return look_at_descriptors() && look_at_mappings(); }
