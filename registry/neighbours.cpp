@@ -34,11 +34,11 @@ bool is_number(const char* name) {
 /// Whether the line of a descriptor's information, which ends with the range of a lock, speaks of
 /// the presence lock: "lock: 1: OFDLCK ADVISORY READ -1 00:19:5 1 1".
 bool is_presence_lock(const char* line) {
-    unsigned long first = 0;
-    unsigned long last = 0;
+    long first = 0;
+    long last = 0;
     return std::strncmp(line, "lock:", 5) == 0 &&
-           std::sscanf(line, "lock: %*s OFDLCK %*s %*s %*s %*s %lu %lu", &first, &last) == 2 &&
-           first <= 1 && last >= 1;
+           std::sscanf(line, "lock: %*s OFDLCK %*s %*s %*s %*s %ld %ld", &first, &last) == 2 &&
+           first <= NUV_SHM_PRESENCE_BYTE && last >= NUV_SHM_PRESENCE_BYTE;
 }
 
 bool has_presence_lock(const char* process, const char* descriptor) {
