@@ -19,7 +19,8 @@ namespace {
 
 using namespace nuv_test;
 
-/// Has the region mapped as two managers would, and the lock of one that has sem_update.
+/// Has the region mapped as two managers would, and the lock on one byte; then lets its first
+/// thread end, if asked to.
 int be_attached(const std::vector<std::string>& how) {
     const int region = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
     for (const int access : {PROT_READ | PROT_WRITE, PROT_READ | PROT_WRITE, PROT_READ}) {
@@ -29,12 +30,12 @@ int be_attached(const std::vector<std::string>& how) {
     }
     struct flock lock {};
     lock.l_type = F_WRLCK;
-    lock.l_start = NUV_SHM_UPDATE_BYTE;
+    lock.l_start = std::stol(how[0]);
     lock.l_len = 1;
     if (fcntl(region, F_OFD_SETLK, &lock) != 0) {
         return 1;
     }
-    if (!how.empty()) {
+    if (!how[1].empty()) {
         std::thread([first = pthread_self()] {
             pthread_join(first, nullptr);
             std::cout << "attached" << std::endl;
@@ -47,8 +48,9 @@ int be_attached(const std::vector<std::string>& how) {
 }
 const Register_role attached_role("attached to a hand-made registry", be_attached);
 
-Child attached_process(const std::vector<std::string>& how = {}) {
-    Child child = Child::in_role("attached to a hand-made registry", how);
+Child attached_process(long locked_byte, const std::string& how = "") {
+    Child child =
+        Child::in_role("attached to a hand-made registry", {std::to_string(locked_byte), how});
     EXPECT_EQ(child.read_line(), "attached");
     return child;
 }
@@ -56,7 +58,7 @@ Child attached_process(const std::vector<std::string>& how = {}) {
 TEST(Who, NamesWhoIsAttachedAndWhatItHolds) {
     NUV_Device held = camera(5, 8, 1, "");
     publish(registry_with_update_held({held}));
-    const Child child = attached_process();
+    const Child child = attached_process(NUV_SHM_UPDATE_BYTE);
     nuvkit::Holder holder{child.pid(), 0};
     holder.start_ticks = said_of(child.pid(), run_tool({"who", "--json"}))["start_ticks"];
     nuvkit::set_holder(held, holder);
@@ -86,7 +88,7 @@ TEST(Who, NamesWhoIsAttachedAndWhatItHolds) {
 
 TEST(Who, ProcessOnARemovedRegionIsFoundWithAndWithoutANewOne) {
     publish(registry_with({}));
-    const Child child = attached_process();
+    const Child child = attached_process(NUV_SHM_UPDATE_BYTE);
     std::filesystem::remove(registry_path());
     const Outcome without = run_tool({"who", "--json"});
     EXPECT_EQ(without.code, 7);
@@ -100,10 +102,10 @@ TEST(Who, ProcessOnARemovedRegionIsFoundWithAndWithoutANewOne) {
 
 TEST(Who, ProcessWhoseFirstThreadHasEndedIsStillAttached) {
     publish(registry_with({}));
-    const Child child = attached_process({"without its first thread"});
+    const Child child = attached_process(NUV_SHM_PRESENCE_BYTE, "without first thread");
     const nlohmann::json person = said_of(child.pid(), run_tool({"who", "--json"}));
     EXPECT_EQ(person["region"]["managers"], 2);
-    EXPECT_EQ(person["region"]["update_lock"], true);
+    EXPECT_EQ(person["region"]["update_lock"], false);
 }
 
 TEST(Who, DeadHolderIsGoneAndADeadHoldersLockIsFree) {
@@ -124,7 +126,7 @@ TEST(Who, DeadHolderIsGoneAndADeadHoldersLockIsFree) {
 
 TEST(Who, ProcessThatMayNotBeExaminedIsCounted) {
     publish(registry_with({}));
-    const Child child = attached_process();
+    const Child child = attached_process(NUV_SHM_UPDATE_BYTE);
     const Outcome outcome = run_tool({"who", "--json"}, {"setpriv", "--bounding-set=-sys_ptrace"});
     EXPECT_TRUE(said_of(child.pid(), outcome).is_null());
     EXPECT_GE(outcome.json()["unexamined"]["sharing_memory"], 1);
