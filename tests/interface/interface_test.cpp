@@ -1,7 +1,7 @@
 // The base class of the back-ends, through the least back-end there can be.
 #include "registry/registry_world.h"
 #include "support/faults.h"
-#include "support/told_lines.h"
+#include "support/recording_log.h"
 
 #include <nuv/interface.h>
 

@@ -1,6 +1,6 @@
 // What a manager writes to its log: programs built elsewhere read these lines.
 #include "manager_world.h"
-#include "support/told_lines.h"
+#include "support/recording_log.h"
 
 #include <ctime>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // A region where there is none, or something else under its name.
 #include "registry/registry_world.h"
 #include "support/faults.h"
-#include "support/told_lines.h"
+#include "support/recording_log.h"
 
 #include <grp.h>
 #include <sys/stat.h>

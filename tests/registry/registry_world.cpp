@@ -1,6 +1,6 @@
 #include "registry/registry_world.h"
 
-#include "support/told_lines.h"
+#include "support/recording_log.h"
 
 #include <pthread.h>
 #include <sys/time.h>

@@ -1,7 +1,7 @@
 // What attached managers write to their log, in the order of a registry's life: programs built
 // elsewhere read these lines.
 #include "registry/registry_world.h"
-#include "support/told_lines.h"
+#include "support/recording_log.h"
 
 #include <pthread.h>
 

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <mutex>
+#include <regex>
+#include <sstream>
 
 namespace nuv_test {
 namespace {
@@ -57,6 +60,26 @@ bool Log_record::contains(const std::string& part) const {
 void Log_record::clear() {
     const std::lock_guard<std::mutex> hold(guard);
     kept.clear();
+}
+
+std::string told(const Log_record& record, const Replacements& changing) {
+    std::string all;
+    for (const Log_line& line : record.lines()) {
+        std::ostringstream whole;
+        whole << std::hex << line.source << ' ' << line.level << ' ' << line.text;
+        std::string text = whole.str();
+        for (const auto& [expression, instead] : changing) {
+            text = std::regex_replace(text, std::regex(expression), instead);
+        }
+        all += text.empty() ? "" : text + '\n';
+    }
+    return all;
+}
+
+std::string text_of_file(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
 }
 
 }  // namespace nuv_test
