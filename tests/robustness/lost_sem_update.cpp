@@ -1,16 +1,10 @@
 // A `sem_update` whose holder is killed or stopped in the middle of a scan or an open, or is a
 // neighbour that knows nothing of the locks.
+#include "member.h"
 #include "region_view.h"
-#include "roles.h"
 #include "runs.h"
 #include "step_calls.h"
 #include "support/private_world.h"
-#include "support/stand_in_log.h"
-
-#include <nuv/bits.h>
-#include <nuv/device_manager.h>
-#include <nuv/iftype.h>
-#include <nuv/result.h>
 
 #include <fcntl.h>
 #include <linux/capability.h>
@@ -19,7 +13,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 #include <iterator>
 
 namespace robustness {
@@ -29,22 +22,8 @@ namespace {
 constexpr milliseconds backend_delay(400);
 /// A second of suspicion, the slices before it, and the look for old neighbours.
 constexpr milliseconds recovery_bound = 2s;
-
-struct Board {
-    std::atomic<bool> ready{false};
-    std::atomic<bool> go{false};
-    std::atomic<bool> through{false};
-    std::atomic<bool> said_freed{false};
-    std::atomic<bool> said_taken{false};
-};
-
-struct Tally {
-    std::atomic<int> cases{0};
-    std::atomic<int> recoveries{0};
-    std::atomic<long> slowest_recovery{0};
-    std::atomic<long> slowest_stop{0};
-    std::atomic<long> slowest_shutdown{0};
-};
+/// Who waits for longer says so.
+constexpr milliseconds first_line = 5s;
 
 void configure() {
     nuv_test::write_ini("nuv_devicemgr",
@@ -56,79 +35,29 @@ void configure() {
                             "\n[bench]\ninterface=USB3\nserial=7\nopen_delay_ms=" + delay + "\n");
 }
 
-void wait_for_flag(const std::atomic<bool>& flag, milliseconds at_most, const char* what) {
-    if (!wait_for(at_most, [&] { return flag.load(); })) {
-        fail("lost_sem_update: %s", what);
+template <class Condition>
+void see(const char* what, milliseconds at_most, Condition holds) {
+    if (!wait_for(at_most, holds)) {
+        fail("lost_sem_update: not in time: %s; it is %d", what, sem_update_value());
     }
-}
-
-using Manager = std::unique_ptr<CNuv_device_manager>;
-using Work = void (*)(Manager& manager);
-
-Manager start_manager(Board& board) {
-    watch_lines([&board](const std::string& line) {
-        board.said_freed = board.said_freed || line.find("held by a dead process") != line.npos;
-        board.said_taken =
-            board.said_taken || line.find("sem_update has been taken for") != line.npos;
-    });
-    auto manager = std::make_unique<CNuv_device_manager>();
-    manager->SetLog(nuv_test::make_log().release());
-    manager->set_general_bits(NUV_BIT_LOG_DEVICE_MANAGER);
-    if (manager->Initialize() != NUV_NOERROR || manager->scan_interface(NUV_IFTYPE_USB3) != 0) {
-        fail("a device manager does not start");
-    }
-    return manager;
-}
-
-/// A process with a device manager, which does its work when it is told to.
-Process start(Board& board, Work prepare, const std::function<void(Manager&)>& work) {
-    Process process([&] {
-        Manager manager = start_manager(board);
-        prepare(manager);
-        board.ready = true;
-        wait_for_flag(board.go, 30s, "a process is not told to go");
-        work(manager);
-        board.through = true;
-    });
-    wait_for_flag(board.ready, 10s, "a manager does not start");
-    return process;
-}
-
-void do_nothing(Manager& /*manager*/) {}
-
-void open_camera(Manager& manager) {
-    NUV_Device camera{};
-    manager->shm_mgr->get_nuvdevice_from_serialnumber(7, camera);
-    CNuv_grab* grab = nullptr;
-    manager->open_grab_device_from_id(camera.id, &grab);
-}
-
-void start_scans(Manager& manager) {
-    manager->scantime = 10;
-    manager->start_scan_thread();
-}
-
-Process start_opener(Board& board, Work prepare = do_nothing) {
-    return start(board, prepare, open_camera);
 }
 
 /// In the middle of a scan or an open when this returns.
-Process start_holder(Board& board, Work work) {
-    Process holder = start(board, do_nothing, [work](Manager& manager) {
-        work(manager);
-        std::this_thread::sleep_for(1h);
-    });
-    board.go = true;
-    if (!wait_for(10s, [] { return sem_update_value() == 0; })) {
-        fail("lost_sem_update: nobody holds it");
-    }
+template <Use use>
+Process start_user() {
+    Habits habits;
+    habits.use = use;
+    Member user("a holder of sem_update", habits);
+    user.wait_until_attached();
+    see("somebody holds it", 10s, [] { return sem_update_value() == 0; });
     std::this_thread::sleep_for(backend_delay / 4);
-    return holder;
+    return std::move(user.process);
 }
 
 /// Uses the region as a library does that knows nothing of its locks. Holds `sem_update` when this
 /// returns, and posts it at SIGTERM. Its first thread may end while another holds it.
-Process start_old_neighbour(uid_t user = 0, bool first_thread_ends = false) {
+template <uid_t user, bool first_thread_ends>
+Process start_old_neighbour() {
     const Shared<std::atomic<bool>> holds;
     Process neighbour([&] {
         sigset_t term;
@@ -159,185 +88,120 @@ Process start_old_neighbour(uid_t user = 0, bool first_thread_ends = false) {
         }
         hold();
     });
-    wait_for_flag(*holds, 5s, "an old neighbour does not get it");
+    see("an old neighbour gets it", 5s, [&] { return holds->load(); });
     return neighbour;
 }
 
-void post_and_leave(Process& old_neighbour) {
-    old_neighbour.signal(SIGTERM);
-    if (!ends_well(old_neighbour, 5s)) {
-        fail("lost_sem_update: an old neighbour does not leave");
-    }
-}
+constexpr auto start_root_neighbour = start_old_neighbour<0, false>;
 
-void see_kept(const Board& opener, milliseconds how_long, const char* holder) {
-    if (wait_for(how_long, [&] { return opener.through || sem_update_value() != 0; })) {
-        fail("lost_sem_update: %s was robbed", holder);
-    }
-}
+constexpr uid_t somebody = 65534;
+/// Rights to look into other processes: to follow their descriptors, or to open their folders.
+constexpr unsigned int to_follow = 1U << CAP_SYS_PTRACE;
+constexpr unsigned int to_open = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
 
-void see_through(const Board& opener, milliseconds at_most, bool after_a_death) {
-    wait_for_flag(opener.through, at_most + machine_slack, "an open does not get through");
-    if (opener.said_freed != after_a_death) {
-        fail("lost_sem_update: the log says %s about a dead holder",
-             after_a_death ? "nothing" : "something");
-    }
-    // The opener closes its camera as it ends.
-    if (!wait_for(machine_slack, [] { return sem_update_value() == 1; })) {
-        fail("lost_sem_update: it is %d after an open", sem_update_value());
-    }
-}
+/// A holder, how long nobody may take `sem_update` from it, and the signal that ends that.
+struct Hold {
+    const char* name;
+    Process (*start)();
+    milliseconds kept;
+    int end;
+    unsigned int rights_given_up = 0;  ///< by who waits
+};
 
-/// Right after the holder's death.
-void see_recovery(const Board& opener, Tally& tally) {
-    const auto death = Clock::now();
-    see_through(opener, recovery_bound + backend_delay, true);
-    ++tally.recoveries;
-    keep_slowest(tally.slowest_recovery, death);
-}
+constexpr Hold holds[] = {
+    {"stopped in an open", start_user<Use::open_once>, first_line + 2s, SIGCONT},
+    {"old neighbour", start_root_neighbour, 4s, SIGKILL},
+    {"old neighbour in its second thread", start_old_neighbour<0, true>, 4s, SIGKILL},
+    {"killed in a scan", start_user<Use::scan>, 0s, SIGKILL},
+    {"killed in an open", start_user<Use::open_once>, 0s, SIGKILL},
+    {"nobody may follow", start_old_neighbour<somebody, false>, 3s, SIGTERM, to_follow},
+    {"nobody may look into", start_old_neighbour<somebody, false>, 3s, SIGTERM, to_open},
+};
 
-/// With somebody beside it who only reads the region.
-template <Work work>
-void killed_holder(Tally& tally) {
-    const Shared<Board> holding;
-    const Shared<Board> opening;
-    const Process opener = start_opener(*opening, [](Manager& /*manager*/) { interrupt_often(); });
+/// An open waits, beside somebody who only reads the region.
+void play(const Hold& now) {
+    const Shared<Ledger> ledger;
+    Habits habits;
+    habits.use = Use::open_once;
+    habits.pauses_first = true;
+    habits.rights_given_up = now.rights_given_up;
+    habits.ledger = ledger.get();
+    Member opener("who opens a camera", habits);
+    opener.wait_until_attached();
     const Process reader([] {
-        const int region = shm_open(NUV_SHM_NAME, O_RDONLY, 0);
+        shm_open(NUV_SHM_NAME, O_RDONLY, 0);
         std::this_thread::sleep_for(1h);
-        close(region);
     });
-    start_holder(*holding, work).kill_and_wait();
-    if (sem_update_value() != 0) {
-        fail("lost_sem_update: the holder died too late to hold it");
+    const Process holder = now.start();
+    if (now.end == SIGCONT) {
+        holder.signal(SIGSTOP);
     }
-    opening->go = true;
-    see_recovery(*opening, tally);
-}
-
-void stopped_holder(Tally& /*tally*/) {
-    const Shared<Board> holding;
-    const Shared<Board> opening;
-    const Process opener = start_opener(*opening);
-    const Process holder = start_holder(*holding, open_camera);
-    holder.signal(SIGSTOP);
-    opening->go = true;
-    see_kept(*opening, 7s, "a stopped holder");
-    if (!opening->said_taken) {
-        fail("lost_sem_update: nothing in the log after a wait of 7 s");
+    opener.board->asked_to_pause = false;
+    if (wait_for(now.kept, [&] { return opener.board->beats > 0 || sem_update_value() != 0; })) {
+        fail("lost_sem_update: it was taken from one that lives: %s", now.name);
     }
-    holder.signal(SIGCONT);
-    see_through(*opening, backend_delay * 4, false);
-}
-
-template <bool first_thread_ends>
-void old_neighbour(Tally& tally) {
-    const Shared<Board> opening;
-    const Process opener = start_opener(*opening);
-    Process neighbour = start_old_neighbour(0, first_thread_ends);
-    opening->go = true;
-    see_kept(*opening, 4s, "a living old neighbour");
-    neighbour.kill_and_wait();
-    see_recovery(*opening, tally);
-}
-
-/// Root without the right to look into others, as in many containers: to follow their descriptors,
-/// or to open the folders with them.
-template <unsigned int... rights_given_up>
-void give_up_rights(Manager& /*manager*/) {
-    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct rights[_LINUX_CAPABILITY_U32S_3]{};
-    syscall(SYS_capget, &header, rights);
-    rights[0].effective &= ~((1U << rights_given_up) | ...);
-    syscall(SYS_capset, &header, rights);
-}
-
-template <Work give_up>
-void old_neighbour_out_of_sight(Tally& /*tally*/) {
-    const Shared<Board> opening;
-    const Process opener = start_opener(*opening, give_up);
-    constexpr uid_t somebody = 65534;
-    Process neighbour = start_old_neighbour(somebody);
-    opening->go = true;
-    see_kept(*opening, 3s, "an old neighbour that can't be looked into");
-    post_and_leave(neighbour);
-    see_through(*opening, backend_delay, false);
+    holder.signal(now.end);
+    const auto end = Clock::now();
+    see(now.name, recovery_bound + backend_delay + machine_slack,
+        [&] { return opener.board->beats > 0; });
+    see(now.name, 0s, [] { return sem_update_value() == 1; });
+    const bool dies = now.end == SIGKILL;
+    if ((ledger->freed != 0) != dies || (ledger->taken != 0) != (now.kept > first_line)) {
+        fail("lost_sem_update: the log tells something else: %s", now.name);
+    }
+    if (dies) {
+        keep_slowest(end);
+    }
 }
 
 /// Also when it posts, and goes, right when somebody looks for it: before the n-th step of the
 /// waiter, for every n.
-void old_neighbour_that_goes(Tally& /*tally*/) {
+void old_neighbour_that_goes() {
     const auto manager = make_manager();
     manager->Initialize();
     // Taking the byte, four slices, the look, a slice, the look.
     constexpr long steps = 8;
     for (long step = 1; step <= steps; ++step) {
-        Process neighbour = start_old_neighbour();
-        act_before_step(step, [&] { post_and_leave(neighbour); });
+        Process neighbour = start_root_neighbour();
+        act_before_step(step, [&] {
+            neighbour.signal(SIGTERM);
+            neighbour.wait();
+        });
         manager->sema_update->wait();
         stop_counting_steps();
         manager->sema_update->post();
-        if (sem_update_value() != 1) {
-            fail("lost_sem_update: it is %d when an old neighbour goes before step %ld",
-                 sem_update_value(), step);
-        }
+        see("it is free when an old neighbour has gone", 0s,
+            [] { return sem_update_value() == 1; });
     }
 }
 
-void shutdown(Tally& tally) {
-    const Shared<Board> board;
-    const auto open_and_scan = [](Manager& manager) {
-        open_camera(manager);
-        if (manager->grabdev_list.empty()) {
-            fail("lost_sem_update: there is no camera to leave open");
-        }
-        start_scans(manager);
-    };
-    Process process = start(*board, open_and_scan, [&tally](Manager& manager) {
-        auto begin = Clock::now();
-        manager->stop_threads();
-        keep_slowest(tally.slowest_stop, begin);
-        begin = Clock::now();
-        manager.reset();
-        keep_slowest(tally.slowest_shutdown, begin);
-    });
-    const Process for_ever = start_old_neighbour();
-    std::this_thread::sleep_for(6s);
-    if (!board->said_taken) {
-        fail("lost_sem_update: nothing in the log after a scan's wait of 6 s");
-    }
-    board->go = true;
-    if (!ends_well(process, 20s)) {
-        fail("lost_sem_update: a process does not end while somebody keeps it");
-    }
+/// With a scan that waits, a camera left open, and somebody who keeps `sem_update`.
+void shutdown() {
+    const Shared<Ledger> ledger;
+    Habits habits;
+    habits.use = Use::open_once_and_scan;
+    habits.ledger = ledger.get();
+    Member member("who shuts down", habits);
+    member.wait_until_attached();
+    member.wait_for_beats();
+    const Process for_ever = start_root_neighbour();
+    see("the log tells of a scan's wait", first_line + machine_slack,
+        [&] { return ledger->taken != 0; });
+    member.leave();
 }
 
 }  // namespace
 
-bool run_lost_sem_update(int rounds) {
-    constexpr void (*cases[])(Tally&) = {
-        shutdown,
-        stopped_holder,
-        old_neighbour<false>,
-        old_neighbour<true>,
-        killed_holder<start_scans>,
-        killed_holder<open_camera>,
-        old_neighbour_that_goes,
-        old_neighbour_out_of_sight<give_up_rights<CAP_SYS_PTRACE>>,
-        old_neighbour_out_of_sight<give_up_rights<CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH>>};
-    constexpr int kinds = static_cast<int>(std::size(cases));
+void run_lost_sem_update(int rounds) {
+    constexpr void (*others[])() = {shutdown, old_neighbour_that_goes};
+    constexpr int other_kinds = static_cast<int>(std::size(others));
+    constexpr int kinds = other_kinds + static_cast<int>(std::size(holds));
     configure();
-    const Shared<Tally> tally;
-    const bool well = run_in_lanes(kinds, kinds * rounds, [&](int number) {
-        cases[number % kinds](*tally);
-        ++tally->cases;
+    run_in_lanes(kinds, kinds * rounds, [&](int number) {
+        const int kind = number % kinds;
+        kind < other_kinds ? others[kind]() : play(holds[kind - other_kinds]);
+        ++tally().cases;
     });
-    std::printf(
-        "lost_sem_update: %d cases, %d recoveries, slowest open after a death %ld ms, "
-        "slowest stop %ld ms, slowest shutdown %ld ms\n",
-        tally->cases.load(), tally->recoveries.load(), tally->slowest_recovery.load(),
-        tally->slowest_stop.load(), tally->slowest_shutdown.load());
-    return well;
 }
 
 }  // namespace robustness

@@ -16,6 +16,18 @@
 #include <vector>
 
 namespace robustness {
+namespace {
+
+/// The source's name is what tells a private /dev/shm from the machine's, see
+/// tests/support/private_world.cpp.
+void enter_own_shm() {
+    if (unshare(CLONE_NEWNS) != 0 ||
+        mount("nuv_test", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") != 0) {
+        fail("no /dev/shm of its own: %s", std::strerror(errno));
+    }
+}
+
+}  // namespace
 
 void fail(const char* format, ...) {
     char text[500];
@@ -26,18 +38,15 @@ void fail(const char* format, ...) {
     throw std::runtime_error(text);
 }
 
-bool ends_well(Process& process, milliseconds at_most) {
-    return wait_for(at_most, [&] { return process.has_ended(); }) && process.wait() == 0;
+Tally& tally() {
+    static const Shared<Tally> shared;
+    return *shared;
 }
 
-long milliseconds_since(Clock::time_point start) {
-    return static_cast<long>((Clock::now() - start) / 1ms);
-}
-
-void keep_slowest(std::atomic<long>& slowest, Clock::time_point start) {
-    const long took = milliseconds_since(start);
-    long before = slowest;
-    while (before < took && !slowest.compare_exchange_weak(before, took)) {
+void keep_slowest(Clock::time_point start) {
+    const long took = static_cast<long>((Clock::now() - start) / 1ms);
+    long before = tally().slowest;
+    while (before < took && !tally().slowest.compare_exchange_weak(before, took)) {
     }
 }
 
@@ -50,35 +59,28 @@ void interrupt_often() {
     setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
-bool run_in_lanes(int lanes, int count, const std::function<void(int number)>& run) {
+void run_in_lanes(int lanes, int count, const std::function<void(int number)>& run) {
+    tally();  // made here, so that it is shared
     const Shared<std::atomic<int>> next;
     std::vector<Process> processes;
     for (int lane = 0; lane < std::min(lanes, count); ++lane) {
         processes.emplace_back([&] {
-            // The source's name is what tells a private /dev/shm from the machine's, see
-            // tests/support/private_world.cpp.
-            if (unshare(CLONE_NEWNS) != 0 ||
-                mount("nuv_test", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") != 0) {
-                fail("no /dev/shm of its own: %s", std::strerror(errno));
-            }
+            enter_own_shm();
             for (int number = (*next)++; number < count; number = (*next)++) {
                 std::remove(region_file);
-                run(number);
+                try {
+                    run(number);
+                } catch (...) {
+                    *next = count;
+                    throw;
+                }
             }
         });
     }
-    bool all_well = true;
-    while (!processes.empty() && all_well) {
-        const auto ended = std::find_if(processes.begin(), processes.end(),
-                                        [](Process& process) { return process.has_ended(); });
-        if (ended == processes.end()) {
-            std::this_thread::sleep_for(2ms);
-            continue;
-        }
-        all_well = ended->wait() == 0;
-        processes.erase(ended);
+    if (!std::all_of(processes.begin(), processes.end(),
+                     [](Process& process) { return process.wait() == 0; })) {
+        fail("a case has failed");
     }
-    return all_well;
 }
 
 }  // namespace robustness

@@ -37,6 +37,17 @@ struct Shared : std::unique_ptr<Value, Unmap> {
                                                   MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Value) {}
 };
 
+/// What a run has seen, over all of its processes.
+struct Tally {
+    std::atomic<long> cases{0};
+    std::atomic<long> hits{0};  ///< deaths and stops where they were meant to be
+    std::atomic<long> clears{0};
+    std::atomic<long> slowest{0};  ///< in milliseconds
+};
+Tally& tally();
+/// Raises the slowest to the time since then.
+void keep_slowest(Clock::time_point start);
+
 /// Waits for what another process or thread will do. Time during which the whole machine stood
 /// still does not count: so it looks often enough as well before it gives up.
 /// \return false when it did not come about in time
@@ -53,19 +64,12 @@ bool wait_for(milliseconds at_most, Condition holds) {
     return true;
 }
 
-/// \return whether it ends in time, with 0
-bool ends_well(Process& process, milliseconds at_most);
-
-long milliseconds_since(Clock::time_point start);
-/// Raises a shared maximum to the time since then.
-void keep_slowest(std::atomic<long>& slowest, Clock::time_point start);
-
 /// From now on a signal is handled ten times a second, which cuts system calls short.
 void interrupt_often();
 
 /// Runs `run(0)` to `run(count - 1)`, spread over that many lanes: forked processes, each with a
 /// /dev/shm of its own, in which one case runs after the other, each without a region at first.
-/// \return whether none of them failed; the others end with the first that does
-bool run_in_lanes(int lanes, int count, const std::function<void(int number)>& run);
+/// Fails when one of them does; then no other is begun.
+void run_in_lanes(int lanes, int count, const std::function<void(int number)>& run);
 
 }  // namespace robustness

@@ -11,7 +11,7 @@ void prepare_nothing(Cast& /*cast*/) {}
 
 void add_member(Cast& cast) {
     cast.members.emplace_back("a first member");
-    cast.members.back().wait_until_attached(attach_bound + machine_slack);
+    cast.members.back().wait_until_attached();
 }
 
 void prepare_dead(Cast& cast) {
@@ -30,7 +30,9 @@ void prepare_stale(Cast& cast) {
 
 void prepare_slow(Cast& cast) {
     add_member(cast);
-    cast.members.back().stop();
+    cast.members.back().pause();
+    cast.members.back().process.signal(SIGSTOP);
+    cast.members.back().wait_until_stopped();
     add_old_camera();
     age_heartbeat();
 }

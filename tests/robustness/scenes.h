@@ -1,7 +1,7 @@
 // What the registry looks like before a victim takes its steps, and which steps these are.
 #pragma once
 
-#include "roles.h"
+#include "member.h"
 
 #include <vector>
 

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <vector>
 
 namespace {
@@ -18,7 +17,6 @@ class Fresh_world_for_each_test : public testing::EmptyTestEventListener {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::signal(SIGPIPE, SIG_IGN);  // a child that is gone is an error of the write to it
     if (nuv_test::is_role(argc, argv)) {
         nuv_test::enter_private_world(argv);
         const int result = nuv_test::run_role(argc, argv);

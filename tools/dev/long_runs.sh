@@ -8,17 +8,14 @@ robustness() {
 gate_long_steps() { robustness steps 1; }
 gate_long_storm() { robustness storm 300; }
 gate_long_stampede() { robustness stampede 2000; }
-gate_long_slow() { robustness slow 5000; }
-gate_long_leaving() { robustness leaving 100; }
 gate_long_sem_rw() { robustness lost_sem_rw 20; }
 gate_long_sem_update() { robustness lost_sem_update 10; }
-gate_long_forks() { robustness forks 10; }
 gate_long_stopping() { robustness stopping 1000; }
 
 long_gates() {
     local run
-    for run in steps storm stampede slow leaving sem_rw sem_update forks stopping; do
+    for run in steps storm stampede sem_rw sem_update stopping; do
         gate "long_$run" "Processes that die, stop or fork have broken a promise." \
-            '^(steps|storm|stampede|slow|leaving|lost_|forks|stopping).*[0-9]'
+            '^(steps|storm|stampede|lost_|stopping).*[0-9]'
     done
 }
