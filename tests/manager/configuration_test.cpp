@@ -10,15 +10,6 @@
 #include <map>
 #include <sstream>
 
-// The parser asks for an absurd amount of memory when the file is a directory, and is to be told
-// that there is not so much.
-extern "C" const char* __asan_default_options() {
-    return "allocator_may_return_null=1";
-}
-extern "C" const char* __tsan_default_options() {
-    return "allocator_may_return_null=1";
-}
-
 namespace manager_test {
 namespace {
 

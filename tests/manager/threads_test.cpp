@@ -96,8 +96,9 @@ TEST_F(Threads, ScanSwitchedOffDuringAnOpenStaysOff) {
 }
 
 TEST_F(Threads, LeaveTheProgramItsSignals) {
-    initialize_quietly(usb_only);
+    initialize_quietly(std::string(own_log) + usb_only);
     scan_every(3'600'000);
+    wait_until([this] { return record.contains("before wait_for mtx"); });
     sigset_t ours;
     sigemptyset(&ours);
     sigaddset(&ours, SIGUSR1);
