@@ -1,6 +1,5 @@
-#include "fuzz/onlooker.h"
-
 #include "fuzz/fuzz_world.h"
+#include "fuzz/region_parts.h"
 #include "tools/nuvctl/camera_changes.h"
 #include "tools/nuvctl/verb.h"
 

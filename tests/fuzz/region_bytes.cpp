@@ -1,5 +1,4 @@
-#include "fuzz/region_bytes.h"
-
+#include "fuzz/region_parts.h"
 #include "registry/region.h"
 
 #include <algorithm>

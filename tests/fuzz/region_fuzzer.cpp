@@ -1,9 +1,6 @@
 // Any bytes in the region, before or after managers attach to it, and every operation on them.
 #include "fuzz/fuzz_world.h"
-#include "fuzz/onlooker.h"
-#include "fuzz/region_bytes.h"
-#include "fuzz/region_operations.h"
-#include "support/private_world.h"
+#include "fuzz/region_parts.h"
 #include "support/stand_in_log.h"
 
 #include <nuvkit/interface_gige.h>

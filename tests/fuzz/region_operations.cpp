@@ -1,6 +1,5 @@
-#include "fuzz/region_operations.h"
-
 #include "fuzz/fuzz_world.h"
+#include "fuzz/region_parts.h"
 #include "tools/nuvctl/registry_view.h"
 
 #include <nuv/bits.h>

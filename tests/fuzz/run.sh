@@ -28,5 +28,4 @@ fuzz() {
 }
 
 fuzz region -len_control=0
-fuzz ini -max_len=2048
-fuzz inventory -max_len=4096
+fuzz ini -max_len=4096
