@@ -48,6 +48,8 @@ void those_already_waiting() {
     if (!has_old_camera()) {
         fail("a camera is gone with the holder of sem_rw");
     }
+    first.leave();
+    second.leave();
 }
 
 void living_holder() {
@@ -65,6 +67,7 @@ void living_holder() {
     if (answer != NUV_NOERROR || Clock::now() - start < work) {
         fail("sem_rw was taken from a living holder, the newcomer is answered 0x%x", answer);
     }
+    newcomer.leave();
 }
 
 /// A thread of the same manager has it for longer than the tolerance, and lives.

@@ -152,6 +152,7 @@ void play(const Hold& now) {
     if (dies) {
         keep_slowest(end);
     }
+    opener.leave();
 }
 
 /// Also when it posts, and goes, right when somebody looks for it: before the n-th step of the

@@ -28,7 +28,7 @@ public:
     bool has_ended();
     /// Waits for its end. \return the exit status, or minus the signal that ended it
     int wait();
-    int kill_and_wait(int number = SIGKILL);
+    int kill_and_wait();
 
 private:
     struct State {
@@ -63,7 +63,6 @@ public:
     Child(Child&& other) noexcept;
     ~Child();
 
-    void send_line(const std::string& line) const;
     void close_input();
     /// The next line of its output. Nothing when it ends first or says nothing for so long.
     std::optional<std::string> read_line(
