@@ -68,7 +68,7 @@ public:
         std::atomic<bool> paused{false};
         std::atomic<unsigned int> answer{0};
         std::atomic<ino_t> inode{0};
-        std::atomic<long> steps{0};  ///< once it is through the planned phase
+        std::atomic<long> steps{0};  ///< once it is through the planned phase alive
         std::atomic<pid_t> child{0};
         std::atomic<long> beats{0};
         std::atomic<int> retries{0};

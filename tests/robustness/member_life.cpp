@@ -95,11 +95,12 @@ private:
         act_before_step(
             plan.step, [this] { act(); }, plan.from_line);
         steps();
-        board.steps = stop_counting_steps();
+        const long count = stop_counting_steps();
         if (forking) {
             wait_for(machine_slack, [this] { return board.child != 0; });
             raise(plan.signal);
         }
+        board.steps = count;
     }
 
     /// Where the library lets no fork come between two steps, it comes between later ones.

@@ -66,7 +66,7 @@ const std::vector<Scene>& all_scenes() {
         {"attach without sem_rw", Phase::attach, prepare_lost_rw},
         {"heartbeat", Phase::heartbeat, add_member},
         {"take sem_update", Phase::update, add_member},
-        {"free sem_update", Phase::update, prepare_lost_update, "", 2500ms},
+        {"free sem_update", Phase::update, prepare_lost_update},
         {"leave", Phase::leave, add_member},
         {"remove", Phase::leave, prepare_nothing},
     };

@@ -18,7 +18,6 @@ struct Scene {
     Phase phase;
     void (*prepare)(Cast& cast);
     const char* from_line = "";
-    milliseconds longest{200};  ///< to wait for a step that comes once the victim is attached
 };
 
 const std::vector<Scene>& all_scenes();

@@ -77,18 +77,15 @@ public:
 private:
     /// Returns when the victim is dead, stopped, or through its steps alive.
     void bring_to_its_step(Member& victim) const {
-        const auto out_of_step = [&] {
-            return victim.process.is_stopped() || victim.process.has_ended() ||
-                   victim.board->left || victim.board->refused;
-        };
-        if (!wait_for(attach_bound, [&] { return out_of_step() || victim.board->attached; })) {
-            fail("the victim hangs");
-        }
         if (scene.phase == Phase::leave) {
+            victim.wait_until_attached();
             victim.board->asked_to_leave = true;
-            wait_for(attach_bound, out_of_step);
-        } else if (scene.phase != Phase::attach) {
-            wait_for(scene.longest, out_of_step);
+        }
+        if (!wait_for(2 * attach_bound, [&] {
+                return victim.process.is_stopped() || victim.process.has_ended() ||
+                       victim.board->steps != 0;
+            })) {
+            fail("the victim hangs");
         }
     }
 
