@@ -5,6 +5,7 @@
 #include "registry_view.h"
 #include "service_notice.h"
 #include "stop_signals.h"
+#include "terminal.h"
 #include "verb.h"
 
 #include <nuv/bits.h>
@@ -48,6 +49,14 @@ void print(const Event& event) {
     std::cout << event_text(event) << std::endl;
 }
 
+/// The registry does not end with a full disk: other processes need it.
+void complain_of_output() {
+    if (!is_output_closed()) {
+        std::cerr
+            << "nuvctl: cannot write to standard output any more; the device manager goes on\n";
+    }
+}
+
 /// Prints what changes in the registry until told to stop.
 void follow(int registry, Stop_signals& signals) {
     Registry_follower follower([registry] { return look_at_registry(registry); });
@@ -56,9 +65,14 @@ void follow(int registry, Stop_signals& signals) {
         print({change, {}, change.detail});
     }
     bool named = true;
+    bool heard = true;
     while (!signals.came_within(std::chrono::milliseconds(250))) {
         for (const Event& event : follower.look()) {
             print(event);
+        }
+        if (heard && !std::cout) {
+            heard = false;
+            complain_of_output();
         }
         if (named && follower.view().file && follower.view().file->st_nlink == 0) {
             named = false;
