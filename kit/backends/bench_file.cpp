@@ -73,15 +73,12 @@ bool Bench_file::Version::operator==(const Version& other) const {
 
 Bench_file::Bench_file() : locator("nuv_cameras"), current(std::make_shared<Bench_inventory>()) {}
 
-Bench_file& Bench_file::of_process() {
-    // Never destroyed: back-ends, and forks, may come after the exit's destructors.
-    static auto& file = *new Bench_file;
-    // A child must not find it held by a thread that it does not have.
-    static const int registered = pthread_atfork(
-        [] { file.mutex.lock(); }, [] { file.mutex.unlock(); }, [] { file.mutex.unlock(); });
-    static_cast<void>(registered);
-    return file;
-}
+// Never destroyed: back-ends, and forks, may come after the exit's destructors.
+Bench_file& Bench_file::shared = *new Bench_file;
+
+// A child must not find it held by a thread that it does not have.
+const int Bench_file::registered = pthread_atfork(
+    [] { shared.mutex.lock(); }, [] { shared.mutex.unlock(); }, [] { shared.mutex.unlock(); });
 
 unsigned int Bench_file::read(std::shared_ptr<const Bench_inventory>& inventory) {
     std::array<char, 4096> path{};

@@ -26,7 +26,7 @@ public:
     std::vector<std::string> take_remarks();
 
     /// One for all back-ends of the process, so that the file is parsed and remarked upon once.
-    static Bench_file& of_process();
+    static Bench_file& of_process() { return shared; }
 
 private:
     struct Version {
@@ -43,6 +43,10 @@ private:
     unsigned int read_descriptor(int descriptor, const std::string& path);
     void take_text(std::string text, const std::string& path);
     void forget();
+
+    // Both when the library is loaded: a fork must not come in between.
+    static Bench_file& shared;
+    static const int registered;
 
     CNuv_ini locator;
     std::mutex mutex;  // guards what follows; nothing else is taken under it

@@ -5,7 +5,9 @@
 namespace nuv {
 namespace {
 
-thread_local Writer writer;
+/// In the block that a thread is born with: the C library ends the process when it has no memory
+/// for any other, and a line must not need memory.
+[[gnu::tls_model("initial-exec")]] thread_local Writer writer;
 
 }  // namespace
 

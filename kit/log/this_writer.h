@@ -11,7 +11,8 @@ struct Writer {
 };
 
 /// The calling thread. The system is asked once in each thread, and again in a forked child: every
-/// time would be a seventh of a line's cost.
+/// time would be a seventh of a line's cost. A child that was made without fork handlers writes
+/// under its parent's ids.
 const Writer& this_writer();
 /// In a forked child.
 void forget_writer();
