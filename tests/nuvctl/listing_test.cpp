@@ -138,6 +138,7 @@ TEST(Arguments, MistakesAnswerTwoAndHelpAnswersZero) {
         const Outcome help = run_tool({verb, "--help"});
         EXPECT_EQ(help.code, 0);
         EXPECT_FALSE(help.lines.empty());
+        EXPECT_EQ(run_tool({"--help", verb}).text, help.text);
     }
 }
 

@@ -6,10 +6,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <iostream>
 #include <regex>
@@ -36,12 +37,14 @@ int be_attached(const std::vector<std::string>& how) {
         return 1;
     }
     if (!how[1].empty()) {
-        std::thread([first = pthread_self()] {
-            pthread_join(first, nullptr);
+        std::thread([] {
+            while (access("/proc/self/exe", F_OK) == 0) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
             std::cout << "attached" << std::endl;
             pause();
         }).detach();
-        pthread_exit(nullptr);
+        syscall(SYS_exit, 0);
     }
     std::cout << "attached" << std::endl;
     return pause();

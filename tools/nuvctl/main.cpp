@@ -5,6 +5,7 @@
 #include <locale.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -57,16 +58,25 @@ std::vector<std::string> reversed_arguments(int count, char** words) {
     return {arguments.rbegin(), arguments.rend()};
 }
 
+/// The first word that is no option. Empty when there is none.
+std::string called_verb(const std::vector<std::string>& reversed) {
+    const auto found = std::find_if(reversed.rbegin(), reversed.rend(), [](const auto& word) {
+        return word.empty() || word[0] != '-';
+    });
+    return found != reversed.rend() ? *found : "";
+}
+
 Exit run_tool(int count, char** words) {
     CLI::App tool("See and use the cameras in this machine's device registry.", "nuvctl");
     tool.set_version_flag("--version", "nuvctl " NUVCTL_VERSION);
     tool.footer(exit_code_help);
     tool.require_subcommand(1);
     std::vector<std::string> arguments = reversed_arguments(count, words);
+    const std::string called = called_verb(arguments);
     Action chosen;
     for (const Verb& verb : verbs) {
         CLI::App* const described = tool.add_subcommand(verb.name, verb.summary);
-        if (verb.name == arguments.back()) {
+        if (verb.name == called) {
             chosen = verb.declare(*described);
         }
     }

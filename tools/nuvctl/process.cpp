@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 namespace nuvctl {
 namespace {
+
+namespace fs = std::filesystem;
 
 std::string command_of(pid_t id) {
     std::ifstream file("/proc/" + std::to_string(id) + "/comm");
@@ -23,10 +24,16 @@ std::string command_of(pid_t id) {
     return command;
 }
 
-/// Fields of /proc/PID/stat, counted from the first one behind the command, which may hold anything
-/// but ends with the last closing parenthesis.
-std::vector<std::string> status_fields(pid_t id) {
-    std::ifstream file("/proc/" + std::to_string(id) + "/stat");
+// Fields of a process's or a thread's "stat".
+constexpr std::size_t field_state = 0;
+constexpr std::size_t field_flags = 6;
+constexpr std::size_t field_threads = 17;
+constexpr std::size_t field_start = 19;
+
+/// Counted from the first one behind the command, which may hold anything but ends with the last
+/// closing parenthesis. Empty when the process has ended, or is hidden.
+std::vector<std::string> status_fields(const fs::path& folder) {
+    std::ifstream file(folder / "stat");
     std::stringstream text;
     text << file.rdbuf();
     std::string line = text.str();
@@ -36,7 +43,7 @@ std::vector<std::string> status_fields(pid_t id) {
     for (std::string word; words >> word;) {
         fields.push_back(word);
     }
-    return fields;
+    return fields.size() > field_start ? fields : std::vector<std::string>();
 }
 
 void read_status(Process& process) {
@@ -59,33 +66,46 @@ void read_status(Process& process) {
 }  // namespace
 
 std::optional<Process> find_process(pid_t id) {
-    constexpr std::size_t state = 0;
-    constexpr std::size_t flags = 6;
-    constexpr std::size_t threads = 17;
-    constexpr std::size_t start = 19;
     constexpr unsigned long of_the_kernel = 0x00200000;
-    const std::vector<std::string> fields = status_fields(id);
-    if (fields.size() <= start) {
+    const std::vector<std::string> fields = status_fields("/proc/" + std::to_string(id));
+    const std::vector<std::string> thread = status_fields(folder_of(id));
+    if (fields.empty() || thread.empty()) {
         return std::nullopt;
     }
+    const std::string& state = thread[field_state];
     Process process;
     process.id = id;
     process.command = command_of(id);
-    process.start_ticks = std::strtoull(fields[start].c_str(), nullptr, 10);
+    process.start_ticks = std::strtoull(fields[field_start].c_str(), nullptr, 10);
     process.started = wall_clock(process.start_ticks);
-    process.stopped = fields[state] == "T" || fields[state] == "t";
-    // A zombie with threads lives: only its first one has ended.
-    const bool has_ended = fields[state] == "X" || (fields[state] == "Z" && fields[threads] == "1");
+    process.stopped = state == "T" || state == "t";
     process.in_user_space =
-        !has_ended && (std::strtoul(fields[flags].c_str(), nullptr, 10) & of_the_kernel) == 0;
+        state != "Z" && state != "X" &&
+        (std::strtoul(fields[field_flags].c_str(), nullptr, 10) & of_the_kernel) == 0;
     read_status(process);
+    return process;
+}
+
+fs::path folder_of(pid_t id) {
+    fs::path process = "/proc/" + std::to_string(id);
+    const std::vector<std::string> fields = status_fields(process);
+    if (fields.empty() || fields[field_state] != "Z" || fields[field_threads] == "1") {
+        return process;
+    }
+    std::error_code error;
+    for (fs::directory_iterator entry(process / "task", error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (entry->path().filename() != process.filename()) {
+            return entry->path();
+        }
+    }
     return process;
 }
 
 std::vector<pid_t> process_ids() {
     std::vector<pid_t> ids;
     std::error_code error;
-    for (std::filesystem::directory_iterator entry("/proc", error), end; !error && entry != end;
+    for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
          entry.increment(error)) {
         const std::string name = entry->path().filename();
         if (const long id = std::strtol(name.c_str(), nullptr, 10); id > 0) {

@@ -42,26 +42,10 @@ bool is_shortage(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
-/// Where the kernel shows what a process has open and mapped: in the process's own folder, or in
-/// that of another of its threads once the first has ended.
-fs::path folder_of(pid_t id) {
-    const fs::path process = "/proc/" + std::to_string(id);
-    std::error_code error;
-    if (!fs::read_symlink(process / "exe", error).empty() || error.value() != ENOENT) {
-        return process;
-    }
-    for (const fs::directory_entry& thread : fs::directory_iterator(process / "task", error)) {
-        if (thread.path().filename() != process.filename()) {
-            return thread.path();
-        }
-    }
-    return process;
-}
-
 /// What is found out about one process.
 class Examination {
 public:
-    explicit Examination(pid_t id) : folder(folder_of(id)) {}
+    explicit Examination(const fs::path& of_process) : folder(of_process) {}
 
     /// False when the process may not be examined.
     bool look() { return look_at_descriptors() && look_at_mappings(); }
@@ -165,13 +149,12 @@ void Examination::add_mapping(const std::string& line) {
     user.managers += std::string_view(access).substr(0, 2) == "rw" && access[3] == 's';
 }
 
-std::vector<std::string> other_namespaces(pid_t id) {
+std::vector<std::string> other_namespaces(const fs::path& folder) {
     std::vector<std::string> others;
     for (const char* const kind : {"mnt", "ipc", "pid"}) {
         std::error_code error;
         const fs::path ours = fs::read_symlink(std::string("/proc/self/ns/") + kind, error);
-        const fs::path theirs =
-            fs::read_symlink("/proc/" + std::to_string(id) + "/ns/" + kind, error);
+        const fs::path theirs = fs::read_symlink(folder / "ns" / kind, error);
         if (!error && ours != theirs) {
             others.emplace_back(kind);
         }
@@ -180,7 +163,8 @@ std::vector<std::string> other_namespaces(pid_t id) {
 }
 
 void examine(pid_t id, dev_t our_shm, Region_users& result) {
-    Examination examination(id);
+    const fs::path folder = folder_of(id);
+    Examination examination(folder);
     const bool examined = examination.look();
     result.incomplete = result.incomplete || examination.incomplete;
     if (examined && examination.found.empty()) {
@@ -199,7 +183,7 @@ void examine(pid_t id, dev_t our_shm, Region_users& result) {
     for (Region_user& user : examination.found) {
         user.process = *process;
         user.elsewhere = user.device != our_shm;
-        user.other_namespaces = other_namespaces(id);
+        user.other_namespaces = other_namespaces(folder);
         result.users.push_back(std::move(user));
     }
 }
