@@ -163,12 +163,13 @@ private:
         }
     }
 
-    /// Not while a background thread has `sem_rw`: it would be robbed.
+    /// Not while a background thread has `sem_rw`, which would be robbed, or `sem_update`, for
+    /// which the newcomer would wait.
     void clear_under_all() {
         for (Driven& one : all) {
             stop(one, 0ms);
         }
-        if (sem_rw_value() == 1) {
+        if (sem_rw_value() == 1 && sem_update_value() == 1) {
             age_heartbeat();
             start().member.leave();
         }
