@@ -67,6 +67,6 @@ function(nuv_object_properties name)
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON)
-    # A look-up calls the C library four times: without a stub in between.
+    # A look-up calls the C library three times: without a stub in between.
     target_compile_options(${name} PRIVATE -fno-plt)
 endfunction()

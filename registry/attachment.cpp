@@ -40,7 +40,9 @@ Attachment::Attachment() : process(getpid()) {
 
 Attachment::~Attachment() {
     unmap();
-    close(Locks::own);
+    if (descriptor >= 0) {
+        close(belongs_to_this_process() ? Locks::own : Locks::of_another_process);
+    }
     const std::lock_guard<std::mutex> lock(list_mutex);
     (previous != nullptr ? previous->next : first) = next;
     if (next != nullptr) {

@@ -26,16 +26,16 @@ public:
     Attachment& operator=(const Attachment&) = delete;
     ~Attachment();
 
-    /// Whether the region's name can be opened; false leaves the reason in `errno`.
+    /// Whether the region's name can be opened; false leaves the reason in `errno`. No fork comes
+    /// while it is open.
     static bool can_open();
     /// Opens it; false leaves the reason in `errno`.
     bool open(int flags);
     /// Maps the whole region; false leaves the reason in `errno`.
     bool map();
     void unmap();
-    /// Closes the descriptor. The locks are dropped all at once: neither the gate without the
-    /// presence, for which whoever comes through it next would take this one for a neighbour and
-    /// leave the region to it, nor the other way round.
+    /// Closes the descriptor. The locks are dropped all at once: after the gate alone, whoever
+    /// comes through it next would take this one for a neighbour, and leave the region to it.
     void close(Locks locks);
 
     int fd() const { return descriptor; }

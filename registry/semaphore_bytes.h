@@ -9,7 +9,7 @@
 
 namespace nuv {
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && sizeof(void*) == 8,
+static_assert(__GLIBC__ >= 2 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && sizeof(void*) == 8,
               "elsewhere the C library lays a semaphore out in another way");
 
 /// Whether a wait that starts now finds it free. The counter lies first; `sem_getvalue` tells the

@@ -9,10 +9,6 @@
 
 #include <nuvkit/log.h>
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <new>
 #include <thread>

@@ -152,8 +152,7 @@ public:
     bool init_done = false;            ///< set by a successful `Initialize`, never cleared
     std::uint32_t m_general_bits = 0;  ///< the bits of <nuv/bits.h>
     std::uint32_t scantime = 5000;     ///< milliseconds between scan passes
-    /// Seconds; decides whether the time-stamp thread is needed.
-    std::uint64_t difftime = NUV_SHM_DIFFTIME;
+    std::uint64_t difftime = 10;       ///< seconds; decides whether the time-stamp thread is needed
     std::uint32_t interface_options[NUV_IFTYPE_COUNT] = {};  ///< by interface type code
     std::mutex mtx;                                          ///< held for a whole scan pass
     std::condition_variable cv;                 ///< wakes the threads when they are to stop

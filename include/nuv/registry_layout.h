@@ -15,12 +15,12 @@ constexpr char NUV_SHM_NAME[] = "/nuv_device_shmem";
 constexpr std::uint16_t NUV_SHM_VERSION = 0x0101;
 /// Bytes of the region.
 constexpr std::size_t NUV_SHM_SIZE = 21464;
-/// Seconds after which a heartbeat is too old, unless a manager is configured otherwise.
+/// Seconds after which a heartbeat is too old, unless a manager's `set_difftime` says otherwise.
 constexpr std::uint64_t NUV_SHM_DIFFTIME = 10;
 
 // Bytes on which open-file-description locks of the region's file lie.
 
-/// Held exclusively by whoever creates the region, attaches to it, clears or removes it, or frees
+/// Held exclusively by whoever creates the region, attaches to it, clears it or leaves it, or frees
 /// a lost `sem_rw`.
 constexpr long NUV_SHM_GATE_BYTE = 0;
 /// Shared by every attached manager.
