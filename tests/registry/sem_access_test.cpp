@@ -53,6 +53,21 @@ TEST_F(Sem_access, WaitGoesOnAfterASignalAndEndsAtAnyOtherError) {
               "S2 wait: return with error -1\n");
 }
 
+TEST_F(Sem_access, StrayWriteIntoASemaphoreEndsNobody) {
+    const auto holder = attached_manager(0);
+    const auto waiter = attached_manager(0);
+    const auto write_beside_the_counters = [&holder] {
+        std::memset(reinterpret_cast<char*>(holder->sema_rw->sem) + 8, 0x5A, 4);
+    };
+    holder->sema_rw->wait();
+    write_beside_the_counters();
+    auto waits = std::async(std::launch::async, [&waiter] { waiter->update_time_stamp(); });
+    EXPECT_EQ(waits.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    write_beside_the_counters();
+    holder->sema_rw->post();
+    waits.get();
+}
+
 TEST_F(Sem_access, TrywaitKeepsNoBooks) {
     EXPECT_EQ(access.trywait(), 0);
     EXPECT_EQ(access.trywait(), -1);
