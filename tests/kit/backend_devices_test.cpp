@@ -100,7 +100,7 @@ TEST_F(Devices, CameraPulledOutDuringASlowOpenIsClosedAgain) {
 }
 
 TEST_F(Devices, LivingHolderKeepsOthersOutAndADeadOneIsFreed) {
-    nuv_test::Child other = other_process({"5"});
+    nuv_test::Process other = other_process({5});
     EXPECT_EQ(holder(), other.pid());
     EXPECT_EQ(open_grab(), NUV_BACKEND_BUSY);
     EXPECT_EQ(open_com(), NUV_BACKEND_BUSY);
@@ -112,13 +112,13 @@ TEST_F(Devices, LivingHolderKeepsOthersOutAndADeadOneIsFreed) {
     EXPECT_EQ(holder(), getpid());
     EXPECT_EQ(usb3->close_com_device(com), 0U);
 
-    other_process({"5"}).kill_and_wait();
+    other_process({5}).kill_and_wait();
     scan();
     EXPECT_EQ(bits(), NUV_STATUS_PRESENT) << "a scan frees it";
     EXPECT_EQ(holder(), 0);
     EXPECT_TRUE(record.contains("died with a camera open"));
 
-    other_process({"5"}).kill_and_wait();
+    other_process({5}).kill_and_wait();
     scan("");
     EXPECT_TRUE(listed().empty());
 }
@@ -134,7 +134,7 @@ TEST_F(Devices, OfTwoWithOneSerialNumberThePresentOneIsOpened) {
 
 TEST_F(Devices, DestructionClosesWhatIsOpenAndLeavesOthersTheirs) {
     write_inventory(camera("a", 5) + camera("b", 6));
-    nuv_test::Child other = other_process({"6"});
+    nuv_test::Process other = other_process({6});
     ASSERT_EQ(open_grab(), 0U);
     usb3.reset();
     EXPECT_EQ(users(), 1U);

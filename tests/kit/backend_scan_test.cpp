@@ -78,12 +78,12 @@ TEST_F(Scan, EditThatTheFilesTimeDoesNotShowIsSeen) {
 
 TEST_F(Scan, BackendsOfOneTypeShareEntriesAndTheLastDeletesThem) {
     start(camera("a", 5));
-    nuv_test::Child other = other_process();
+    nuv_test::Process other = other_process();
     EXPECT_EQ(listed().size(), 1U);
     EXPECT_EQ(users(), 2U);
     usb3.reset();
     EXPECT_EQ(+entry("a").id, 1U);
-    other.close_input();
+    other.signal(SIGTERM);
     EXPECT_EQ(other.wait(), 0);
     EXPECT_EQ(users(), 0U);
     EXPECT_TRUE(listed().empty());

@@ -2,34 +2,21 @@
 
 #include <nuv/bits.h>
 
-#include <iostream>
-
 namespace kit_test {
-namespace {
-
-/// Opens both devices of each camera, and leaves when its input is closed.
-int run_backend(const std::vector<std::string>& serialnumbers) {
-    CNuv_interface_usb3 backend(nullptr, 0);
-    unsigned int code = backend.initialize();
-    for (const std::string& text : serialnumbers) {
-        const auto serialnumber = static_cast<unsigned int>(std::stoul(text));
-        CNuv_grab* grab = nullptr;
-        CNuv_com* com = nullptr;
-        code |= backend.open_grab_device(serialnumber, &grab) |
-                backend.open_com_device(serialnumber, &com);
-    }
-    std::cout << code << std::endl;
-    std::cin.get();
-    return 0;
-}
-const nuv_test::Register_role role("backend", run_backend);
-
-}  // namespace
-
-nuv_test::Child other_process(const std::vector<std::string>& serialnumbers) {
-    nuv_test::Child child = nuv_test::Child::in_role("backend", serialnumbers);
-    EXPECT_EQ(child.read_line(), "0");
-    return child;
+nuv_test::Process other_process(const std::vector<unsigned int>& serialnumbers) {
+    return nuv_test::ready_process([&](const std::function<void()>& stay) {
+        CNuv_interface_usb3 backend(nullptr, 0);
+        unsigned int code = backend.initialize();
+        for (const unsigned int serialnumber : serialnumbers) {
+            CNuv_grab* grab = nullptr;
+            CNuv_com* com = nullptr;
+            code |= backend.open_grab_device(serialnumber, &grab) |
+                    backend.open_com_device(serialnumber, &com);
+        }
+        if (code == 0) {
+            stay();
+        }
+    });
 }
 
 std::string camera(const std::string& name, unsigned int serialnumber, const std::string& more) {

@@ -45,8 +45,8 @@ protected:
     CNuv_shm_manager observer;
 };
 
-/// Another process with a back-end, which has both devices of these cameras open until its input is
-/// closed.
-nuv_test::Child other_process(const std::vector<std::string>& serialnumbers = {});
+/// Another process with a back-end, which has both devices of these cameras open until it gets
+/// SIGTERM.
+nuv_test::Process other_process(const std::vector<unsigned int>& serialnumbers = {});
 
 }  // namespace kit_test

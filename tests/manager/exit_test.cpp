@@ -26,7 +26,7 @@ namespace {
 
 /// Forks children that end as processes do, while its own threads scan and write their log, and
 /// then ends so itself, with an open camera.
-int fork_and_exit(const std::vector<std::string>& /*arguments*/) {
+int fork_and_exit() {
     nuv_dev_manager = std::make_unique<CNuv_device_manager>();
     CNuv_grab* grab = nullptr;
     if (nuv_dev_manager->Initialize() != NUV_NOERROR ||
@@ -54,13 +54,12 @@ int fork_and_exit(const std::vector<std::string>& /*arguments*/) {
     const bool still_open = (region.nuvdevice[0].status_bits & NUV_STATUS_GRAB_OPEN) != 0;
     return region.opencount == users && still_open ? 0 : 3;
 }
-const nuv_test::Register_role forks("fork_and_exit", fork_and_exit);
 
 TEST(Exit, GlobalManagerLeavesAndForkedChildrenLeaveItAlone) {
     nuv_test::write_ini("nuv_cameras", "[bench]\ninterface=USB3\nserial=7\n");
     nuv_test::write_ini("nuv_devicemgr", "[LOG]\nLevel=0xFFFFFFFF\nFile=" +
                                              nuv_test::config_folder() + "/manager.log\n");
-    EXPECT_EQ(nuv_test::Child::in_role("fork_and_exit").wait(), 0);
+    EXPECT_EQ(nuv_test::Process([] { exit(fork_and_exit()); }).wait(), 0);
     EXPECT_FALSE(std::filesystem::exists("/dev/shm/nuv_device_shmem"));
 }
 

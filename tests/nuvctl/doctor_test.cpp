@@ -217,9 +217,7 @@ TEST_F(Doctor_beside_manager, LostSemRwIsNamedAndLeftToTheLiving) {
 }
 
 TEST_F(Doctor_beside_manager, InterruptionEndsRepairAlsoAfterItsMends) {
-    Child holder = Child::in_role("attached to a hand-made registry",
-                                  {std::to_string(NUV_SHM_UPDATE_BYTE), ""});
-    EXPECT_TRUE(holder.read_line());
+    const Process holder = attached_process(NUV_SHM_UPDATE_BYTE);
     ASSERT_EQ(sem_trywait(Region().sem_update()), 0);  // doctor takes the process for its holder
     Region()->nuvdevice[3] = camera_of_a_dead_process();
     Child repair({tool_path(), "repair", "--yes"});

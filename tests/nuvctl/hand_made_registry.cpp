@@ -2,7 +2,10 @@
 
 #include "support/private_world.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -10,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 namespace nuv_test {
 
@@ -69,6 +73,34 @@ std::string published_bytes() {
     std::ostringstream bytes;
     bytes << std::ifstream(registry_path(), std::ios::binary).rdbuf();
     return bytes.str();
+}
+
+Process attached_process(long locked_byte, bool first_thread_ends) {
+    return ready_process([&](const std::function<void()>& stay) {
+        const int region = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
+        for (const int access : {PROT_READ | PROT_WRITE, PROT_READ | PROT_WRITE, PROT_READ}) {
+            if (mmap(nullptr, NUV_SHM_SIZE, access, MAP_SHARED, region, 0) == MAP_FAILED) {
+                return;
+            }
+        }
+        struct flock lock {};
+        lock.l_type = F_WRLCK;
+        lock.l_start = locked_byte;
+        lock.l_len = 1;
+        if (fcntl(region, F_OFD_SETLK, &lock) != 0) {
+            return;
+        }
+        if (first_thread_ends) {
+            std::thread([&] {
+                while (access("/proc/self/exe", F_OK) == 0) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                }
+                stay();
+            }).detach();
+            syscall(SYS_exit, 0);
+        }
+        stay();
+    });
 }
 
 std::string registry_path() {

@@ -1,6 +1,8 @@
 // A registry whose bytes a test has written, without the library.
 #pragma once
 
+#include "support/child_process.h"
+
 #include <nuv/registry_layout.h>
 
 #include <nuvkit/holder.h>
@@ -24,5 +26,9 @@ void publish(const std::string& bytes);
 /// What lies under the name now.
 std::string published_bytes();
 std::string registry_path();
+
+/// Has the published region mapped as two managers would, and the lock on one byte; its first
+/// thread may have ended.
+Process attached_process(long locked_byte, bool first_thread_ends = false);
 
 }  // namespace nuv_test

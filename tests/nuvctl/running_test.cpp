@@ -113,9 +113,7 @@ TEST_F(Running, OpenNamesWhyACameraIsNotThere) {
 
 TEST_F(Running, OpenCanBeInterruptedWhileALivingProcessHoldsTheUpdateLock) {
     publish(registry_with_update_held());
-    Child holder = Child::in_role("attached to a hand-made registry",
-                                  {std::to_string(NUV_SHM_UPDATE_BYTE), ""});
-    EXPECT_EQ(holder.read_line(), "attached");
+    const Process holder = attached_process(NUV_SHM_UPDATE_BYTE);
     Child tool({"/bin/sh", "-c", "exec \"$0\" open 1 2>&1", tool_path()});
     expect_line(tool, "waiting.*sem_update");
     tool.signal(SIGINT);

@@ -1,67 +1,22 @@
 #include "nuvctl/hand_made_registry.h"
 #include "nuvctl/tool.h"
-#include "support/child_process.h"
 
 #include <nuvkit/holder.h>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
-#include <iostream>
 #include <regex>
-#include <thread>
 
 namespace {
 
 using namespace nuv_test;
 
-/// Has the region mapped as two managers would, and the lock on one byte; then lets its first
-/// thread end, if asked to.
-int be_attached(const std::vector<std::string>& how) {
-    const int region = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
-    for (const int access : {PROT_READ | PROT_WRITE, PROT_READ | PROT_WRITE, PROT_READ}) {
-        if (mmap(nullptr, NUV_SHM_SIZE, access, MAP_SHARED, region, 0) == MAP_FAILED) {
-            return 1;
-        }
-    }
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_start = std::stol(how[0]);
-    lock.l_len = 1;
-    if (fcntl(region, F_OFD_SETLK, &lock) != 0) {
-        return 1;
-    }
-    if (!how[1].empty()) {
-        std::thread([] {
-            while (access("/proc/self/exe", F_OK) == 0) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-            std::cout << "attached" << std::endl;
-            pause();
-        }).detach();
-        syscall(SYS_exit, 0);
-    }
-    std::cout << "attached" << std::endl;
-    return pause();
-}
-const Register_role attached_role("attached to a hand-made registry", be_attached);
-
-Child attached_process(long locked_byte, const std::string& how = "") {
-    Child child =
-        Child::in_role("attached to a hand-made registry", {std::to_string(locked_byte), how});
-    EXPECT_EQ(child.read_line(), "attached");
-    return child;
-}
-
 TEST(Who, NamesWhoIsAttachedAndWhatItHolds) {
     NUV_Device held = camera(5, 8, 1, "");
     publish(registry_with_update_held({held}));
-    const Child child = attached_process(NUV_SHM_UPDATE_BYTE);
+    const Process child = attached_process(NUV_SHM_UPDATE_BYTE);
     nuvkit::Holder holder{child.pid(), 0};
     holder.start_ticks = said_of(child.pid(), run_tool({"who", "--json"}))["start_ticks"];
     nuvkit::set_holder(held, holder);
@@ -91,7 +46,7 @@ TEST(Who, NamesWhoIsAttachedAndWhatItHolds) {
 
 TEST(Who, ProcessOnARemovedRegionIsFoundWithAndWithoutANewOne) {
     publish(registry_with({}));
-    const Child child = attached_process(NUV_SHM_UPDATE_BYTE);
+    const Process child = attached_process(NUV_SHM_UPDATE_BYTE);
     std::filesystem::remove(registry_path());
     const Outcome without = run_tool({"who", "--json"});
     EXPECT_EQ(without.code, 7);
@@ -105,7 +60,7 @@ TEST(Who, ProcessOnARemovedRegionIsFoundWithAndWithoutANewOne) {
 
 TEST(Who, ProcessWhoseFirstThreadHasEndedIsStillAttached) {
     publish(registry_with({}));
-    const Child child = attached_process(NUV_SHM_PRESENCE_BYTE, "without first thread");
+    const Process child = attached_process(NUV_SHM_PRESENCE_BYTE, true);
     const nlohmann::json person = said_of(child.pid(), run_tool({"who", "--json"}));
     EXPECT_EQ(person["region"]["managers"], 2);
     EXPECT_EQ(person["region"]["update_lock"], false);
@@ -129,7 +84,7 @@ TEST(Who, DeadHolderIsGoneAndADeadHoldersLockIsFree) {
 
 TEST(Who, ProcessThatMayNotBeExaminedIsCounted) {
     publish(registry_with({}));
-    const Child child = attached_process(NUV_SHM_UPDATE_BYTE);
+    const Process child = attached_process(NUV_SHM_UPDATE_BYTE);
     const Outcome outcome = run_tool({"who", "--json"}, {"setpriv", "--bounding-set=-sys_ptrace"});
     EXPECT_TRUE(said_of(child.pid(), outcome).is_null());
     EXPECT_GE(outcome.json()["unexamined"]["sharing_memory"], 1);

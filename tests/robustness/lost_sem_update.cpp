@@ -58,12 +58,7 @@ Process start_user() {
 /// returns, and posts it at SIGTERM. Its first thread may end while another holds it.
 template <uid_t user, bool first_thread_ends>
 Process start_old_neighbour() {
-    const Shared<std::atomic<bool>> holds;
-    Process neighbour([&] {
-        sigset_t term;
-        sigemptyset(&term);
-        sigaddset(&term, SIGTERM);
-        sigprocmask(SIG_BLOCK, &term, nullptr);
+    return nuv_test::ready_process([](const std::function<void()>& stay) {
         auto* const region =
             static_cast<unsigned char*>(mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE,
                                              MAP_SHARED, shm_open(NUV_SHM_NAME, O_RDWR, 0), 0));
@@ -77,9 +72,7 @@ Process start_old_neighbour() {
             reinterpret_cast<sem_t*>(region + offsetof(NUV_Devlist_Shm, sem_update));
         const auto hold = [&] {
             sem_wait(sem_update);
-            *holds = true;
-            int signal = 0;
-            sigwait(&term, &signal);
+            stay();
             sem_post(sem_update);
         };
         if (first_thread_ends) {
@@ -88,8 +81,6 @@ Process start_old_neighbour() {
         }
         hold();
     });
-    see("an old neighbour gets it", 5s, [&] { return holds->load(); });
-    return neighbour;
 }
 
 constexpr auto start_root_neighbour = start_old_neighbour<0, false>;

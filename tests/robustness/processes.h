@@ -3,39 +3,21 @@
 
 #include "support/child_process.h"
 
-#include <sys/mman.h>
-
 #include <atomic>
 #include <chrono>
 #include <functional>
-#include <memory>
-#include <new>
 #include <thread>
 
 namespace robustness {
 
 using namespace std::chrono_literals;
 using nuv_test::Process;
+using nuv_test::Shared;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 /// A promise was broken: an exception, which ends the process, and with it the run.
 [[noreturn]] void fail(const char* format, ...) __attribute__((format(printf, 1, 2)));
-
-struct Unmap {
-    template <class Value>
-    void operator()(Value* value) const {
-        munmap(value, sizeof(Value));
-    }
-};
-
-/// Memory that is shared with all processes that are forked later.
-template <class Value>
-struct Shared : std::unique_ptr<Value, Unmap> {
-    Shared()
-        : std::unique_ptr<Value, Unmap>(new (mmap(nullptr, sizeof(Value), PROT_READ | PROT_WRITE,
-                                                  MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Value) {}
-};
 
 /// What a run has seen, over all of its processes.
 struct Tally {

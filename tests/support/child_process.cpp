@@ -6,28 +6,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
-#include <map>
+#include <stdexcept>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace nuv_test {
 namespace {
-
-constexpr char ROLE_ARGUMENT[] = "--role";
-
-// Found before main enters its mount namespace: the link then still names a file of the old one,
-// beside which the dynamic linker may find no libraries.
-const std::string own_path = std::filesystem::read_symlink("/proc/self/exe").string();
-
-std::map<std::string, Role>& roles() {
-    static std::map<std::string, Role> all;
-    return all;
-}
 
 [[noreturn]] void fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
@@ -52,24 +42,6 @@ std::vector<char*> ending_with_null(std::vector<std::string>& words) {
 }
 
 }  // namespace
-
-Register_role::Register_role(const char* name, Role role) {
-    roles()[name] = role;
-}
-
-bool is_role(int argc, char** argv) {
-    return argc >= 3 && argv[1] == std::string(ROLE_ARGUMENT);
-}
-
-int run_role(int argc, char** argv) {
-    const auto role = roles().find(argv[2]);
-    if (role == roles().end()) {
-        std::fprintf(stderr, "there is no role %s\n", argv[2]);
-        return 1;
-    }
-    setvbuf(stdout, nullptr, _IOLBF, 0);
-    return role->second({argv + 3, argv + argc});
-}
 
 std::vector<std::string> startable(std::vector<std::string> command) {
     const char* emulator = std::getenv("NUV_TEST_EMULATOR");
@@ -149,6 +121,28 @@ int Process::kill_and_wait() {
     return wait();
 }
 
+Process ready_process(const std::function<void(const std::function<void()>& stay)>& body) {
+    const Shared<std::atomic<bool>> ready;
+    Process process([&] {
+        sigset_t term;
+        sigemptyset(&term);
+        sigaddset(&term, SIGTERM);
+        sigprocmask(SIG_BLOCK, &term, nullptr);
+        body([&] {
+            *ready = true;
+            int signal = 0;
+            sigwait(&term, &signal);
+        });
+    });
+    while (!*ready) {
+        if (process.has_ended()) {
+            throw std::runtime_error("a process has ended before it was ready");
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return process;
+}
+
 Child::Pipe::Pipe() {
     if (pipe2(ends, O_CLOEXEC) != 0) {
         fail("pipe2");
@@ -168,12 +162,6 @@ Child::Child(std::vector<std::string> words, const Pipe& to_child, const Pipe& f
       output(from_child.ends[0]) {
     close(to_child.ends[0]);
     close(from_child.ends[1]);
-}
-
-Child Child::in_role(const std::string& role, const std::vector<std::string>& arguments) {
-    std::vector<std::string> command{own_path, ROLE_ARGUMENT, role};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return Child(command);
 }
 
 Child::Child(Child&& other) noexcept

@@ -1,11 +1,14 @@
-// Real processes for tests: forked, the test program started again in a role, or any other program.
+// Real processes for tests: forked, or any other program; and what forked ones share.
 #pragma once
 
+#include <sys/mman.h>
 #include <sys/types.h>
 
 #include <chrono>
 #include <csignal>
 #include <functional>
+#include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -42,14 +45,25 @@ private:
     State now;
 };
 
-/// What the test program does when it is started in a role: its standard input and output are pipes
-/// to the test, its result is the exit status.
-using Role = int (*)(const std::vector<std::string>& arguments);
-
-/// Makes a role known, as a static object of a test file.
-struct Register_role {
-    Register_role(const char* name, Role role);
+struct Unmap {
+    template <class Value>
+    void operator()(Value* value) const {
+        munmap(value, sizeof(Value));
+    }
 };
+
+/// Memory that is shared with all processes that are forked later.
+template <class Value>
+struct Shared : std::unique_ptr<Value, Unmap> {
+    Shared()
+        : std::unique_ptr<Value, Unmap>(new (mmap(nullptr, sizeof(Value), PROT_READ | PROT_WRITE,
+                                                  MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Value) {}
+};
+
+/// A forked process that calls the function it is handed when it is ready; this waits for that. The
+/// function returns when the process gets SIGTERM.
+/// \throws std::runtime_error when the process ends before it is ready
+Process ready_process(const std::function<void(const std::function<void()>& stay)>& body);
 
 /// The command as this machine can start it: programs of another architecture by the emulator that
 /// NUV_TEST_EMULATOR names.
@@ -59,7 +73,6 @@ std::vector<std::string> startable(std::vector<std::string> command);
 class Child : public Process {
 public:
     explicit Child(const std::vector<std::string>& command);
-    static Child in_role(const std::string& role, const std::vector<std::string>& arguments = {});
     Child(Child&& other) noexcept;
     ~Child();
 
@@ -79,8 +92,5 @@ private:
     int output;
     std::string unread;
 };
-
-bool is_role(int argc, char** argv);
-int run_role(int argc, char** argv);
 
 }  // namespace nuv_test

@@ -1,5 +1,4 @@
-// main() of every test program: a world of its own, then the tests or the role of a child process.
-#include "support/child_process.h"
+// main() of every test program: a world of its own, then the tests.
 #include "support/private_world.h"
 
 #include <gtest/gtest.h>
@@ -17,12 +16,6 @@ class Fresh_world_for_each_test : public testing::EmptyTestEventListener {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (nuv_test::is_role(argc, argv)) {
-        nuv_test::enter_private_world(argv);
-        const int result = nuv_test::run_role(argc, argv);
-        nuv_test::leave_private_world();
-        return result;
-    }
     // Changes argv, which the private world may have to start the program with again.
     std::vector<char*> arguments(argv, argv + argc + 1);
     testing::InitGoogleTest(&argc, argv);
