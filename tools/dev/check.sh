@@ -12,7 +12,7 @@ gate_format() {
 }
 
 gate_include_rules() {
-    tests/tree/include_rules.sh .
+    tools/dev/include_rules.sh .
 }
 
 gate_exported_symbols() {
@@ -66,8 +66,9 @@ gate_model() {
 }
 
 gate_lookup_cost() {
+    local folder=bench/lookup_cost
     build dev lookups &&
-        in_private_shm tests/counts/count.sh build/dev/tests/counts/lookups tests/counts/limits.txt
+        in_private_shm "$folder/count.sh" "build/dev/$folder/lookups" "$folder/limits.txt"
 }
 
 # gate NAME FAILURE [LINES]: runs gate_NAME if it is wanted, its output in build/check/NAME.log; says
@@ -125,7 +126,7 @@ check() {
     gate packages "The Debian packages are not well made, or do not install, work and go again." \
         'on Debian'
     gate reproducible "Two builds of these sources, in two folders, differ."
-    gate lookup_cost "A look-up takes more instructions than tests/counts/limits.txt allows." \
+    gate lookup_cost "A look-up takes more instructions than bench/lookup_cost/limits.txt allows." \
         '^a look-up'
     if [ -n "$long" ]; then
         . tools/dev/long_runs.sh
