@@ -40,8 +40,8 @@ void take_semaphores(NUV_Devlist_Shm& region, FuzzedDataProvider& input) {
     }
 }
 
-void choose_time_stamp(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licence licence) {
-    if (licence == Licence::any_semaphores) {
+void choose_time_stamp(NUV_Devlist_Shm& region, FuzzedDataProvider& input, bool takes_semaphores) {
+    if (takes_semaphores) {
         nuv::store_time_stamp(&region, 1);  // or a wait would last
     } else if (input.ConsumeBool()) {
         nuv::store_time_stamp(&region, nuv::wall_clock_seconds());
@@ -50,24 +50,12 @@ void choose_time_stamp(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licen
 
 }  // namespace
 
-Licence licence_of(const std::uint8_t* data, std::size_t size) {
+bool may_take_semaphores(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    const std::size_t number = std::hash<std::string_view>()(text) % 1024;
-    constexpr std::size_t with_semaphores = 16;
-    if (number < with_semaphores) {
-        return Licence::any_semaphores;
-    }
-    switch (number) {
-        case with_semaphores:
-            return Licence::any_version;
-        case with_semaphores + 1:
-            return Licence::any_size;
-        default:
-            return Licence::none;
-    }
+    return std::hash<std::string_view>()(text) % 1024 < 16;
 }
 
-void distort(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licence licence) {
+void distort(NUV_Devlist_Shm& region, FuzzedDataProvider& input, bool takes_semaphores) {
     if (input.ConsumeBool()) {
         constexpr std::size_t longest_pattern = 4 * sizeof(NUV_Device);
         repeat(region, input.ConsumeBytes<std::uint8_t>(
@@ -76,11 +64,9 @@ void distort(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licence licence
     for (int left = input.ConsumeIntegralInRange(0, 8); left > 0; --left) {
         patch(region, input);
     }
-    choose_time_stamp(region, input, licence);
-    if (licence != Licence::any_version) {
-        region.struct_version = NUV_SHM_VERSION;
-    }
-    if (licence == Licence::any_semaphores) {
+    choose_time_stamp(region, input, takes_semaphores);
+    region.struct_version = NUV_SHM_VERSION;
+    if (takes_semaphores) {
         take_semaphores(region, input);
     } else {
         sem_init(nuv::sem_rw_of(&region), 1, input.ConsumeIntegralInRange(1U, 3U));

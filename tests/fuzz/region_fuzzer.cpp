@@ -17,8 +17,6 @@
 
 namespace {
 
-using nuv_fuzz::Licence;
-
 constexpr char region_file[] = "/dev/shm/nuv_device_shmem";
 constexpr unsigned int all_log_bits = 0xF0000000;
 
@@ -98,18 +96,12 @@ World& world() {
     return made;
 }
 
-void leave_a_file(FuzzedDataProvider& input, Licence licence) {
+void leave_a_file(FuzzedDataProvider& input, bool takes_semaphores) {
     NUV_Devlist_Shm bytes = world().in_use;
-    nuv_fuzz::distort(bytes, input, licence);
-    const std::size_t size = licence == Licence::any_size
-                                 ? input.ConsumeIntegralInRange<std::size_t>(0, NUV_SHM_SIZE)
-                                 : NUV_SHM_SIZE;
+    nuv_fuzz::distort(bytes, input, takes_semaphores);
     std::ofstream file(region_file, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(&bytes), static_cast<std::streamsize>(size));
+    file.write(reinterpret_cast<const char*>(&bytes), sizeof bytes);
     nuv_fuzz::require(file.flush().good(), "the region's file can be written");
-    if (licence != Licence::none) {
-        nuv_fuzz::look(input, world().in_use);
-    }
 }
 
 void run_everything(Users& users, FuzzedDataProvider& input) {
@@ -131,16 +123,16 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** argv) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const Licence licence = nuv_fuzz::licence_of(data, size);
+    const bool takes_semaphores = nuv_fuzz::may_take_semaphores(data, size);
     FuzzedDataProvider input(data, size);
     std::remove(region_file);
     if (input.ConsumeBool()) {
-        leave_a_file(input, licence);
+        leave_a_file(input, takes_semaphores);
     }
     Users users(world().log.get());
     run_everything(users, input);
     if (users.manager.devlist_shm != nullptr) {
-        nuv_fuzz::distort(*users.manager.devlist_shm, input, licence);
+        nuv_fuzz::distort(*users.manager.devlist_shm, input, takes_semaphores);
         nuv_fuzz::look(input, world().in_use);
         run_everything(users, input);
     }

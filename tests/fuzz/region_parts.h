@@ -8,17 +8,14 @@
 
 namespace nuv_fuzz {
 
-/// What an input may do that makes a run slow: waiting for a semaphore that nobody posts, for a
-/// version or for the rest of a file. Most inputs do nothing of it.
-enum class Licence { none, any_semaphores, any_version, any_size };
-
-/// Depends on every byte, so that what is derived from a slow input is seldom slow as well. The
-/// files in corpus/region have the licence that their names say.
-Licence licence_of(const std::uint8_t* data, std::size_t size);
+/// Whether an input may take the semaphores, which makes a run slow: one in 64. Depends on every
+/// byte, so that what is derived from a slow input is seldom slow as well. The files in
+/// corpus/region may.
+bool may_take_semaphores(const std::uint8_t* data, std::size_t size);
 
 /// Bytes that a hostile or broken neighbour may write into the region: overwrites it as the input
-/// says, and mends what the input has no licence for.
-void distort(NUV_Devlist_Shm& region, FuzzedDataProvider& input, Licence licence);
+/// says, but for the version, with which nobody would attach.
+void distort(NUV_Devlist_Shm& region, FuzzedDataProvider& input, bool takes_semaphores);
 
 // Every operation on the region, each run with arguments that the input chooses.
 
