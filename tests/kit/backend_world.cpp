@@ -4,7 +4,7 @@
 
 namespace kit_test {
 nuv_test::Process other_process(const std::vector<unsigned int>& serialnumbers) {
-    return nuv_test::ready_process([&](const std::function<void()>& stay) {
+    return nuv_test::ready_process([&](const nuv_test::Ready& is_ready) {
         CNuv_interface_usb3 backend(nullptr, 0);
         unsigned int code = backend.initialize();
         for (const unsigned int serialnumber : serialnumbers) {
@@ -14,7 +14,8 @@ nuv_test::Process other_process(const std::vector<unsigned int>& serialnumbers) 
                     backend.open_com_device(serialnumber, &com);
         }
         if (code == 0) {
-            stay();
+            is_ready();
+            nuv_test::wait_for_sigterm();
         }
     });
 }

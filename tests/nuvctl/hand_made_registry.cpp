@@ -76,7 +76,7 @@ std::string published_bytes() {
 }
 
 Process attached_process(long locked_byte, bool first_thread_ends) {
-    return ready_process([&](const std::function<void()>& stay) {
+    return ready_process([&](const Ready& is_ready) {
         const int region = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
         for (const int access : {PROT_READ | PROT_WRITE, PROT_READ | PROT_WRITE, PROT_READ}) {
             if (mmap(nullptr, NUV_SHM_SIZE, access, MAP_SHARED, region, 0) == MAP_FAILED) {
@@ -95,11 +95,13 @@ Process attached_process(long locked_byte, bool first_thread_ends) {
                 while (access("/proc/self/exe", F_OK) == 0) {
                     std::this_thread::sleep_for(std::chrono::milliseconds(1));
                 }
-                stay();
+                is_ready();
+                wait_for_sigterm();
             }).detach();
             syscall(SYS_exit, 0);
         }
-        stay();
+        is_ready();
+        wait_for_sigterm();
     });
 }
 

@@ -22,7 +22,6 @@ Outcome run_tool(const std::vector<std::string>& arguments,
     command.insert(command.end(), arguments.begin(), arguments.end());
 
     Child tool(command);
-    tool.close_input();
     Outcome outcome;
     while (const auto line = tool.read_line()) {
         outcome.lines.push_back(*line);

@@ -86,7 +86,6 @@ TEST_F(Devices, OfATypeAreAppendedUnlessMemoryRunsOut) {
     record.clear();
     nuv_test::fail_next_new();
     manager->get_devlist_if(8, devices);
-    EXPECT_EQ(devices.size(), 1U);
     EXPECT_EQ(lines(), "M1 get_devlist_if: no memory for the list of devices\n");
     manager->get_devlist_if(8, devices);
     ASSERT_EQ(devices.size(), 3U);

@@ -58,7 +58,7 @@ Process start_user() {
 /// returns, and posts it at SIGTERM. Its first thread may end while another holds it.
 template <uid_t user, bool first_thread_ends>
 Process start_old_neighbour() {
-    return nuv_test::ready_process([](const std::function<void()>& stay) {
+    return nuv_test::ready_process([](const nuv_test::Ready& is_ready) {
         auto* const region =
             static_cast<unsigned char*>(mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE,
                                              MAP_SHARED, shm_open(NUV_SHM_NAME, O_RDWR, 0), 0));
@@ -72,7 +72,8 @@ Process start_old_neighbour() {
             reinterpret_cast<sem_t*>(region + offsetof(NUV_Devlist_Shm, sem_update));
         const auto hold = [&] {
             sem_wait(sem_update);
-            stay();
+            is_ready();
+            nuv_test::wait_for_sigterm();
             sem_post(sem_update);
         };
         if (first_thread_ends) {

@@ -11,16 +11,11 @@ namespace robustness {
 void Member::wait_until(milliseconds at_most, const char* complaint,
                         const std::function<bool()>& condition) {
     wait_for(at_most, [&] { return condition() || board->refused || process.has_ended(); });
-    if (condition()) {
-        return;
+    if (!condition()) {
+        fail("%s %s within %ld ms; answered 0x%x, ended with %d", name, complaint,
+             static_cast<long>(at_most.count()), board->answer.load(),
+             process.has_ended() ? process.wait() : 0);
     }
-    if (board->refused) {
-        fail("%s is refused with 0x%x", name, board->answer.load());
-    }
-    if (process.has_ended()) {
-        fail("%s has ended with %d", name, process.wait());
-    }
-    fail("%s %s after %ld ms", name, complaint, static_cast<long>(at_most.count()));
 }
 
 void Member::wait_until_attached() {
@@ -29,12 +24,12 @@ void Member::wait_until_attached() {
 
 void Member::wait_for_beats() {
     const long goal = board->beats + 3;
-    wait_until(attach_bound, "hangs while attached", [&] { return board->beats >= goal; });
+    wait_until(attach_bound, "does not go on", [&] { return board->beats >= goal; });
 }
 
 void Member::pause() {
     board->asked_to_pause = true;
-    wait_until(attach_bound, "hangs", [this] { return board->paused.load(); });
+    wait_until(attach_bound, "does not pause", [this] { return board->paused.load(); });
 }
 
 void Member::wait_until_stopped() {
@@ -45,7 +40,7 @@ void Member::wait_until_stopped() {
 void Member::leave() {
     constexpr milliseconds longest_shutdown = 10s;
     board->asked_to_leave = true;
-    wait_until(longest_shutdown + machine_slack, "has not left",
+    wait_until(longest_shutdown + machine_slack, "does not leave",
                [this] { return board->left.load(); });
     // Only a process that hangs needs that long: the kernel ends one late on a loaded machine.
     wait_for(60s, [this] { return process.has_ended(); });
@@ -74,19 +69,14 @@ void see_region_gone(const std::string& after, long dead_and_counted) {
 
 Process start_holder(std::unique_ptr<CNuv_sem_access> CNuv_shm_manager::*semaphore,
                      milliseconds how_long) {
-    const Shared<std::atomic<bool>> holds;
-    Process holder([&] {
+    return nuv_test::ready_process([&](const nuv_test::Ready& is_ready) {
         const auto manager = make_manager();
         manager->Initialize();
         (*manager.*semaphore)->wait();
-        *holds = true;
+        is_ready();
         std::this_thread::sleep_for(how_long);
         (*manager.*semaphore)->post();
     });
-    if (!wait_for(machine_slack, [&] { return holds->load(); })) {
-        fail("the holder of a semaphore does not get it");
-    }
-    return holder;
 }
 
 }  // namespace robustness

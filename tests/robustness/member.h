@@ -95,7 +95,7 @@ private:
 /// region with its last user.
 void see_region_gone(const std::string& after, long dead_and_counted = 0);
 
-/// Attaches and holds that semaphore for so long or until it is killed; it does when this returns.
+/// Attached, and has that semaphore for so long.
 Process start_holder(std::unique_ptr<CNuv_sem_access> CNuv_shm_manager::*semaphore,
                      milliseconds how_long = 1h);
 

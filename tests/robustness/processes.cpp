@@ -1,34 +1,18 @@
 #include "processes.h"
 
 #include "region_view.h"
+#include "support/private_world.h"
 
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/time.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <stdexcept>
 #include <vector>
 
 namespace robustness {
-namespace {
-
-/// The source's name is what tells a private /dev/shm from the machine's, see
-/// tests/support/private_world.cpp.
-void enter_own_shm() {
-    if (unshare(CLONE_NEWNS) != 0 ||
-        mount("nuv_test", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") != 0) {
-        fail("no /dev/shm of its own: %s", std::strerror(errno));
-    }
-}
-
-}  // namespace
-
 void fail(const char* format, ...) {
     char text[500];
     va_list arguments;
@@ -65,7 +49,7 @@ void run_in_lanes(int lanes, int count, const std::function<void(int number)>& r
     std::vector<Process> processes;
     for (int lane = 0; lane < std::min(lanes, count); ++lane) {
         processes.emplace_back([&] {
-            enter_own_shm();
+            nuv_test::enter_another_shm();
             for (int number = (*next)++; number < count; number = (*next)++) {
                 std::remove(region_file);
                 try {

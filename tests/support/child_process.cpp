@@ -32,6 +32,13 @@ std::vector<char*> ending_with_null(std::vector<std::string>& words) {
     return pointers;
 }
 
+sigset_t sigterm() {
+    sigset_t term;
+    sigemptyset(&term);
+    sigaddset(&term, SIGTERM);
+    return term;
+}
+
 /// Leaves the parent's static objects alone; but only a full exit has the libraries, each of which
 /// keeps its own, write their counters.
 [[noreturn]] void end_forked_child(int result) {
@@ -121,18 +128,12 @@ int Process::kill_and_wait() {
     return wait();
 }
 
-Process ready_process(const std::function<void(const std::function<void()>& stay)>& body) {
+Process ready_process(const std::function<void(const Ready& is_ready)>& body) {
     const Shared<std::atomic<bool>> ready;
     Process process([&] {
-        sigset_t term;
-        sigemptyset(&term);
-        sigaddset(&term, SIGTERM);
+        const sigset_t term = sigterm();
         sigprocmask(SIG_BLOCK, &term, nullptr);
-        body([&] {
-            *ready = true;
-            int signal = 0;
-            sigwait(&term, &signal);
-        });
+        body([&] { *ready = true; });
     });
     while (!*ready) {
         if (process.has_ended()) {
@@ -143,47 +144,36 @@ Process ready_process(const std::function<void(const std::function<void()>& stay
     return process;
 }
 
-Child::Pipe::Pipe() {
+void wait_for_sigterm() {
+    const sigset_t term = sigterm();
+    int signal = 0;
+    sigwait(&term, &signal);
+}
+
+Child::Pipe Child::make_pipe() {
+    int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         fail("pipe2");
     }
+    return {ends[0], ends[1]};
 }
 
-Child::Child(const std::vector<std::string>& command) : Child(startable(command), {}, {}) {}
+Child::Child(const std::vector<std::string>& command) : Child(startable(command), make_pipe()) {}
 
-Child::Child(std::vector<std::string> words, const Pipe& to_child, const Pipe& from_child)
+Child::Child(std::vector<std::string> words, Pipe pipe)
     : Process([&, arguments = ending_with_null(words)] {
-          dup2(to_child.ends[0], STDIN_FILENO);
-          dup2(from_child.ends[1], STDOUT_FILENO);
+          dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+          dup2(pipe.write_end, STDOUT_FILENO);
           execv(arguments[0], arguments.data());
           _exit(127);
       }),
-      input(to_child.ends[1]),
-      output(from_child.ends[0]) {
-    close(to_child.ends[0]);
-    close(from_child.ends[1]);
+      output(pipe.read_end) {
+    close(pipe.write_end);
 }
-
-Child::Child(Child&& other) noexcept
-    : Process(std::move(other)),
-      input(std::exchange(other.input, -1)),
-      output(std::exchange(other.output, -1)),
-      unread(std::move(other.unread)) {}
 
 Child::~Child() {
-    if (pid() > 0) {
-        kill_and_wait();  // before its output is gone
-    }
-    close_input();
-    if (output >= 0) {
-        close(output);
-    }
-}
-
-void Child::close_input() {
-    if (input >= 0) {
-        close(std::exchange(input, -1));
-    }
+    kill_and_wait();  // before its output is gone
+    close(output);
 }
 
 std::optional<std::string> Child::read_line(std::chrono::milliseconds silence) {

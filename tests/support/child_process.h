@@ -60,35 +60,35 @@ struct Shared : std::unique_ptr<Value, Unmap> {
                                                   MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Value) {}
 };
 
-/// A forked process that calls the function it is handed when it is ready; this waits for that. The
-/// function returns when the process gets SIGTERM.
-/// \throws std::runtime_error when the process ends before it is ready
-Process ready_process(const std::function<void(const std::function<void()>& stay)>& body);
+using Ready = std::function<void()>;
+/// A forked process whose body calls the function it is handed when it is ready; this waits for
+/// that. \throws std::runtime_error when the process ends before
+Process ready_process(const std::function<void(const Ready& is_ready)>& body);
+/// In such a process: until it gets SIGTERM.
+void wait_for_sigterm();
 
 /// The command as this machine can start it: programs of another architecture by the emulator that
 /// NUV_TEST_EMULATOR names.
 std::vector<std::string> startable(std::vector<std::string> command);
 
-/// A program in the test's private world, with pipes to its input and output.
+/// A program in the test's private world, without input and with a pipe to its output.
 class Child : public Process {
 public:
     explicit Child(const std::vector<std::string>& command);
-    Child(Child&& other) noexcept;
     ~Child();
 
-    void close_input();
     /// The next line of its output. Nothing when it ends first or says nothing for so long.
     std::optional<std::string> read_line(
         std::chrono::milliseconds silence = std::chrono::seconds(30));
 
 private:
     struct Pipe {
-        Pipe();
-        int ends[2];
+        int read_end;
+        int write_end;
     };
-    Child(std::vector<std::string> words, const Pipe& to_child, const Pipe& from_child);
+    static Pipe make_pipe();
+    Child(std::vector<std::string> words, Pipe pipe);
 
-    int input;
     int output;
     std::string unread;
 };

@@ -87,10 +87,6 @@ void Faults::fail_always(Call call, int error) {
     state_of(call).fails_at = ALWAYS;
 }
 
-int Faults::calls(Call call) const {
-    return state_of(call).count;
-}
-
 void Faults::before(Call call, void (*hook)(int)) {
     state_of(call).hook = hook;
 }

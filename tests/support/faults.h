@@ -49,8 +49,6 @@ public:
     /// The n-th call from now (1: the next) fails with `error`. One fault for each call at a time.
     void fail_nth(Call call, int n, int error);
     void fail_always(Call call, int error);
-    /// Calls since this object was made.
-    int calls(Call call) const;
     /// Run before each such call, with its number (1: the first).
     void before(Call call, void (*hook)(int number));
 };

@@ -43,9 +43,10 @@ void start_again_in_user_namespace(char** argv) {
     refuse("cannot run unshare");
 }
 
+/// Without words to start the program with again, it has to be allowed.
 void enter_mount_namespace(char** argv) {
     if (unshare(CLONE_NEWNS) != 0) {
-        if (errno == EPERM && std::getenv(AGAIN_VARIABLE) == nullptr) {
+        if (errno == EPERM && argv != nullptr && std::getenv(AGAIN_VARIABLE) == nullptr) {
             start_again_in_user_namespace(argv);
         }
         refuse("cannot get a private mount namespace");
@@ -93,6 +94,10 @@ void enter_private_world(char** argv) {
     }
     enter_mount_namespace(argv);
     make_config_folder();
+}
+
+void enter_another_shm() {
+    enter_mount_namespace(nullptr);
 }
 
 void leave_private_world() {

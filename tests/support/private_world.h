@@ -12,6 +12,9 @@ namespace nuv_test {
 /// stays there.
 void enter_private_world(char** argv);
 
+/// From inside that world: yet another empty /dev/shm, of this process alone.
+void enter_another_shm();
+
 /// Removes the folder of INI files, if this process made it.
 void leave_private_world();
 
