@@ -51,11 +51,11 @@ public:
                 stop(any(), roll(60) == 0 ? long_stop : milliseconds(roll(200)));
             }
             if (kills && roll(1000) == 0) {
-                roll(1) == 0 ? end_all_at_once() : let_all_go_stale();
+                end_all_at_once();
             }
         }
-        continue_all();
         for (Driven& one : all) {
+            go_on(one);
             one.member.leave();
         }
         tally().clears += ledger->clears;
@@ -115,14 +115,6 @@ private:
         one.began = Clock::now();
     }
 
-    void continue_all() {
-        for (Driven& one : all) {
-            if (one.stopped_until) {
-                go_on(one);
-            }
-        }
-    }
-
     void look_after_all() {
         constexpr auto longest_life = 60s;
         for (Driven& one : all) {
@@ -143,37 +135,6 @@ private:
         all.clear();
         age_heartbeat();
         start_all();
-    }
-
-    /// All are idle, and stopped for so long that a newcomer clears the registry under them.
-    void let_all_go_stale() {
-        continue_all();
-        const bool all_paused = wait_for(5s, [this] {
-            look_after_all();
-            return std::all_of(all.begin(), all.end(), [](const Driven& one) {
-                one.member.board->asked_to_pause = true;
-                return one.member.board->paused.load();
-            });
-        });
-        if (all_paused) {
-            clear_under_all();
-        }
-        for (const Driven& one : all) {
-            one.member.board->asked_to_pause = false;
-        }
-    }
-
-    /// Not while a background thread has `sem_rw`, which would be robbed, or `sem_update`, for
-    /// which the newcomer would wait.
-    void clear_under_all() {
-        for (Driven& one : all) {
-            stop(one, 0ms);
-        }
-        if (sem_rw_value() == 1 && sem_update_value() == 1) {
-            age_heartbeat();
-            start().member.leave();
-        }
-        continue_all();
     }
 
     Shared<Ledger> ledger;
