@@ -1,6 +1,7 @@
 // Any bytes in the region, before or after managers attach to it, and every operation on them.
 #include "fuzz/fuzz_world.h"
 #include "fuzz/region_parts.h"
+#include "support/region_file.h"
 #include "support/stand_in_log.h"
 
 #include <nuvkit/interface_gige.h>
@@ -17,7 +18,6 @@
 
 namespace {
 
-constexpr char region_file[] = "/dev/shm/nuv_device_shmem";
 constexpr unsigned int all_log_bits = 0xF0000000;
 
 constexpr char inventory[] =
@@ -99,7 +99,7 @@ World& world() {
 void leave_a_file(FuzzedDataProvider& input, bool takes_semaphores) {
     NUV_Devlist_Shm bytes = world().in_use;
     nuv_fuzz::distort(bytes, input, takes_semaphores);
-    std::ofstream file(region_file, std::ios::binary);
+    std::ofstream file(nuv_test::region_file, std::ios::binary);
     file.write(reinterpret_cast<const char*>(&bytes), sizeof bytes);
     nuv_fuzz::require(file.flush().good(), "the region's file can be written");
 }
@@ -125,7 +125,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** argv) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const bool takes_semaphores = nuv_fuzz::may_take_semaphores(data, size);
     FuzzedDataProvider input(data, size);
-    std::remove(region_file);
+    std::remove(nuv_test::region_file);
     if (input.ConsumeBool()) {
         leave_a_file(input, takes_semaphores);
     }

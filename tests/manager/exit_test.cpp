@@ -1,6 +1,7 @@
 // Processes that end with a running manager in `nuv_dev_manager`, over the kit's own libraries.
 #include "support/child_process.h"
 #include "support/private_world.h"
+#include "support/region_file.h"
 
 #include <nuv/device_manager.h>
 #include <nuv/result.h>
@@ -8,8 +9,6 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <filesystem>
 
 namespace {
 
@@ -60,7 +59,7 @@ TEST(Exit, GlobalManagerLeavesAndForkedChildrenLeaveItAlone) {
     nuv_test::write_ini("nuv_devicemgr", "[LOG]\nLevel=0xFFFFFFFF\nFile=" +
                                              nuv_test::config_folder() + "/manager.log\n");
     EXPECT_EQ(nuv_test::Process([] { exit(fork_and_exit()); }).wait(), 0);
-    EXPECT_FALSE(std::filesystem::exists("/dev/shm/nuv_device_shmem"));
+    EXPECT_FALSE(nuv_test::region_exists());
 }
 
 }  // namespace

@@ -27,10 +27,4 @@ unsigned int Manager_test::add_camera(unsigned short iftype, unsigned int serial
     return id;
 }
 
-bool Manager_test::update_is_free() const {
-    int value = 0;
-    sem_getvalue(manager->shm_mgr->sema_update->sem, &value);
-    return value == 1;
-}
-
 }  // namespace manager_test

@@ -4,6 +4,7 @@
 #include "stand_in_backends.h"
 #include "support/private_world.h"
 #include "support/recording_log.h"
+#include "support/region_file.h"
 
 #include <nuv/bits.h>
 #include <nuv/device_manager.h>
@@ -48,7 +49,9 @@ protected:
     /// A camera's entry in the registry. \return its id
     unsigned int add_camera(unsigned short iftype, unsigned int serialnumber) const;
     /// Whether nobody holds `sem_update`.
-    bool update_is_free() const;
+    bool update_is_free() const {
+        return nuv_test::value_of(manager->shm_mgr->sema_update->sem) == 1;
+    }
     NUV_Devlist_Shm& region() const { return *manager->shm_mgr->devlist_shm; }
 
     nuv_test::Log_record record;

@@ -3,7 +3,6 @@
 #include "support/recording_log.h"
 
 #include <ctime>
-#include <filesystem>
 
 namespace manager_test {
 namespace {
@@ -78,7 +77,7 @@ TEST_F(Session, OpenDevicesAreClosedAndBackEndsDeletedAtTheEnd) {
     EXPECT_EQ(+region().opencount, 1);
     manager.reset();
     EXPECT_TRUE(record.contains("close_grab_device: if_class not found"));
-    EXPECT_FALSE(std::filesystem::exists("/dev/shm/nuv_device_shmem"));
+    EXPECT_FALSE(nuv_test::region_exists());
 }
 
 }  // namespace

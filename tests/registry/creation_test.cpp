@@ -27,7 +27,7 @@ TEST_F(Creation, LeavesTheDocumentedBytesAndHappensOnce) {
     EXPECT_EQ(manager->proc_id, getpid());
     EXPECT_EQ(value_of(*manager->sema_rw), 1);
     EXPECT_EQ(value_of(*manager->sema_update), 1);
-    EXPECT_EQ(fs::file_size(REGION_FILE), 21464U);
+    EXPECT_EQ(fs::file_size(region_file), 21464U);
     EXPECT_EQ(manager->create_shm(), NUV_NOERROR);
     EXPECT_EQ(manager->open_shm(), NUV_NOERROR);
 
@@ -63,7 +63,7 @@ TEST_F(Creation, GivesTheRegionToGroupVideoOrGoesOnWithout) {
         const auto manager = make_manager(LOG_BITS | DEFAULT_GROUP_VIDEO);
         EXPECT_EQ(manager->Initialize(), NUV_NOERROR);
         struct stat status {};
-        EXPECT_EQ(stat(REGION_FILE, &status), 0);
+        EXPECT_EQ(stat(region_file, &status), 0);
         return status;
     };
     const struct stat status = create();
@@ -90,7 +90,7 @@ TEST_F(Creation, WhatIsNoRegionBecomesOneOrIsUnlinkedOrRefused) {
         return [=] {
             std::string bytes(reinterpret_cast<const char*>(&version), sizeof version);
             bytes.resize(size);
-            std::ofstream(REGION_FILE, std::ios::binary) << bytes;
+            std::ofstream(region_file, std::ios::binary) << bytes;
         };
     };
     const std::pair<std::function<void()>, unsigned int> cases[] = {
@@ -100,9 +100,9 @@ TEST_F(Creation, WhatIsNoRegionBecomesOneOrIsUnlinkedOrRefused) {
         {file(21464, 0x0100), NUV_ERROR_NOMEMORY},
         {file(21464, 0x0102), NUV_ERROR_NOMEMORY},
         {file(30000, 0), NUV_ERROR_NOMEMORY},
-        {[] { mkfifo(REGION_FILE, 0666); }, NUV_ERROR_NOMEMORY},
-        {[] { fs::create_directory(REGION_FILE); }, NUV_ERROR_INIT},
-        {[] { fs::create_symlink("elsewhere", REGION_FILE); }, NUV_ERROR_INIT},
+        {[] { mkfifo(region_file, 0666); }, NUV_ERROR_NOMEMORY},
+        {[] { fs::create_directory(region_file); }, NUV_ERROR_INIT},
+        {[] { fs::create_symlink("elsewhere", region_file); }, NUV_ERROR_INIT},
     };
     for (const auto& [make, result] : cases) {
         SCOPED_TRACE(&make - &cases[0].first);
@@ -114,10 +114,10 @@ TEST_F(Creation, WhatIsNoRegionBecomesOneOrIsUnlinkedOrRefused) {
             EXPECT_EQ(manager->Initialize(), NUV_NOERROR);
         }
         if (result != NUV_ERROR_INIT) {
-            EXPECT_EQ(fs::file_size(REGION_FILE), 21464U);
+            EXPECT_EQ(fs::file_size(region_file), 21464U);
             EXPECT_EQ(+manager->devlist_shm->opencount, 1);
         }
-        fs::remove(REGION_FILE);
+        fs::remove(region_file);
     }
     const std::string traced = lines();
     EXPECT_PRED2(has, traced, "size 21464 done hMem FD\nM2 create_shm: mmap done PTR\n");

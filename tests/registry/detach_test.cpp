@@ -36,7 +36,7 @@ TEST_F(Detach, LeavesAStaleRegistryUncountedWhenItsSemaphoreIsLost) {
 }
 
 TEST_F(Detach, ManagersOfARemovedRegionLeaveTheNewOneAlone) {
-    ASSERT_EQ(unlink(REGION_FILE), 0);
+    ASSERT_EQ(unlink(region_file), 0);
     auto newcomer = attached_manager();
     one.reset();
     other.reset();

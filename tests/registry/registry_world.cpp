@@ -8,16 +8,6 @@
 
 namespace registry_test {
 
-bool region_exists() {
-    return access(REGION_FILE, F_OK) == 0;
-}
-
-int value_of(const CNuv_sem_access& access) {
-    int value = -1;
-    EXPECT_EQ(sem_getvalue(access.sem, &value), 0);
-    return value;
-}
-
 std::unique_ptr<CNuv_shm_manager> Registry_test::attached_manager(unsigned int bits) {
     auto manager = make_manager(bits);
     EXPECT_EQ(manager->Initialize(), NUV_NOERROR);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/recording_log.h"
+#include "support/region_file.h"
 
 #include <nuv/bits.h>
 #include <nuv/registry_layout.h>
@@ -16,15 +17,18 @@
 
 namespace registry_test {
 
-constexpr char REGION_FILE[] = "/dev/shm/nuv_device_shmem";
+using nuv_test::region_exists;
+using nuv_test::region_file;
+
 constexpr unsigned int LOG_BITS = NUV_BIT_LOG_SEM_ACCESS | NUV_BIT_LOG_SHM_MANAGER;
 
 /// The wall clock of every process of these tests.
 constexpr std::int64_t NOW = 2'000'000'000;
 
-bool region_exists();
 /// What is left of the semaphore behind a wrapper.
-int value_of(const CNuv_sem_access& access);
+inline int value_of(const CNuv_sem_access& access) {
+    return nuv_test::value_of(access.sem);
+}
 
 inline NUV_Device device(unsigned int id, unsigned int serialnumber, std::uint16_t type = 8,
                          unsigned int status = NUV_STATUS_PRESENT) {

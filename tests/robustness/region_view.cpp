@@ -8,9 +8,7 @@ namespace robustness {
 namespace {
 
 int value_of(sem_t semaphore) {
-    int value = -1;
-    sem_getvalue(&semaphore, &value);
-    return value;
+    return nuv_test::value_of(&semaphore);
 }
 
 /// Without a region there is nothing to change.
@@ -46,10 +44,6 @@ ino_t inode_of(int fd) {
 ino_t region_inode() {
     struct stat status {};
     return stat(region_file, &status) == 0 ? status.st_ino : 0;
-}
-
-bool region_exists() {
-    return region_inode() != 0;
 }
 
 void age_heartbeat(std::int64_t seconds) {

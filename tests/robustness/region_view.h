@@ -1,6 +1,8 @@
 // The region as somebody outside sees it, and changes it at will: through its file, without locks.
 #pragma once
 
+#include "support/region_file.h"
+
 #include <nuv/registry_layout.h>
 
 #include <sys/types.h>
@@ -9,7 +11,8 @@
 
 namespace robustness {
 
-constexpr char region_file[] = "/dev/shm/nuv_device_shmem";
+using nuv_test::region_exists;
+using nuv_test::region_file;
 
 /// Its bytes at this moment, 0 where there are none.
 NUV_Devlist_Shm region_bytes();
@@ -19,7 +22,6 @@ int sem_update_value();
 /// 0 without a file.
 ino_t inode_of(int fd);
 ino_t region_inode();
-bool region_exists();
 
 /// Makes the heartbeat older; so old that it is stale, if nothing else is asked for.
 void age_heartbeat(std::int64_t seconds = 100000);
