@@ -1,4 +1,4 @@
-// A `sem_rw` whose holder is killed, and one whose holder lives.
+// A `sem_rw` whose holder is killed, or lives; and a thread that keeps both semaphores.
 #include "member.h"
 #include "region_view.h"
 #include "runs.h"
@@ -70,23 +70,31 @@ void living_holder() {
     newcomer.leave();
 }
 
-/// A thread of the same manager has it for longer than the tolerance, and lives.
+/// A thread of the same manager has both for longer than the tolerance, and lives.
 void holder_in_the_same_manager() {
     const auto manager = make_manager();
     manager->Initialize();
+    manager->sema_update->wait();
     manager->sema_rw->wait();
-    std::atomic<bool> refreshed{false};
+    std::atomic<bool> robbed{false};
     std::thread heartbeat([&] {
         manager->update_time_stamp();
-        refreshed = true;
+        robbed = true;
+    });
+    std::thread scan([&] {
+        manager->sema_update->wait();
+        robbed = true;
+        manager->sema_update->post();
     });
     std::this_thread::sleep_for(tolerance + 2s);
-    const bool robbed = refreshed;
+    const bool robbed_while_held = robbed;
     manager->sema_rw->post();
+    manager->sema_update->post();
     heartbeat.join();
-    if (robbed || sem_rw_value() != 1) {
-        fail("sem_rw was taken from a thread of the same manager, or is %d after it",
-             sem_rw_value());
+    scan.join();
+    if (robbed_while_held || sem_rw_value() != 1 || sem_update_value() != 1) {
+        fail("a thread was robbed by another of its manager; sem_rw is %d, sem_update is %d",
+             sem_rw_value(), sem_update_value());
     }
 }
 
