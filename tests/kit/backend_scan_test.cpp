@@ -2,7 +2,6 @@
 
 #include <nuv/result.h>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -51,15 +50,12 @@ TEST_F(Scan, ForkedChildMayScanWhateverAThreadIsDoing) {
         }
     });
     for (int round = 0; round < 30; ++round) {
-        const pid_t child = fork();
-        if (child == 0) {
+        nuv_test::Process child([] {
             alarm(30);
             CNuv_interface_usb3 own(nullptr, 0);
             _exit(own.initialize() == 0 ? 0 : 1);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        ASSERT_EQ(status, 0) << round;
+        });
+        ASSERT_EQ(child.wait(), 0) << round;
     }
     done = true;
     scanner.join();
@@ -74,19 +70,6 @@ TEST_F(Scan, EditThatTheFilesTimeDoesNotShowIsSeen) {
     std::filesystem::last_write_time(file, time);
     scan();
     EXPECT_EQ(+entry("new").serialnumber, 5U);
-}
-
-TEST_F(Scan, BackendsOfOneTypeShareEntriesAndTheLastDeletesThem) {
-    start(camera("a", 5));
-    nuv_test::Process other = other_process();
-    EXPECT_EQ(listed().size(), 1U);
-    EXPECT_EQ(users(), 2U);
-    usb3.reset();
-    EXPECT_EQ(+entry("a").id, 1U);
-    other.signal(SIGTERM);
-    EXPECT_EQ(other.wait(), 0);
-    EXPECT_EQ(users(), 0U);
-    EXPECT_TRUE(listed().empty());
 }
 
 TEST_F(Scan, ClearedRegistryIsFilledAgainWithWhatIsOpen) {

@@ -38,17 +38,15 @@ TEST(Ini, FirstFolderThatHasTheFileWins) {
     setenv("XDG_CONFIG_HOME", (base() + "/config").c_str(), 1);
     setenv("HOME", (base() + "/home").c_str(), 1);
     EXPECT_EQ(found(), "none");
-    const std::string configured = put("/config/nuv");
-    EXPECT_EQ(found(), configured);
-    for (const char* folder : {"/second", "/first"}) {
+    for (const char* folder : {"/home/.config/nuv", "/config/nuv", "/second", "/first"}) {
         const std::string before_others = put(folder);
+        setenv("XDG_CONFIG_HOME", folder[1] == 'h' ? "relative" : (base() + "/config").c_str(), 1);
         EXPECT_EQ(found(), before_others);
     }
     unsetenv("NUV_INI_PATH");
-    const std::string home = put("/home/.config/nuv");
-    EXPECT_EQ(found(), configured);
-    setenv("XDG_CONFIG_HOME", "relative", 1);
-    EXPECT_EQ(found(), home);
+    EXPECT_EQ(found(), base() + "/config/nuv/name.ini");
+    unsetenv("XDG_CONFIG_HOME");
+    EXPECT_EQ(found(), base() + "/home/.config/nuv/name.ini");
     unsetenv("HOME");
     EXPECT_EQ(found(), "none");
     setenv("NUV_INI_PATH", base().c_str(), 1);

@@ -78,31 +78,27 @@ TEST(Log, TextIsNeverTakenForAFormatOrForMoreThanOneLine) {
     log.writelog(NUV_LOG_TRACE, from_manager, "100%% {} {0:>9999}");
     write_list(log, "%s is %d%%", "%s%n", 7);
     write_list(log, "%s", "a\n2026-01-01 00:00:00.000 1:1 0x1 manager forged\r\t\x1b[31m\x7f");
-    write_list(log, "%s", std::string(2000, 'x').c_str());
     write_list(log, "%s", std::string(2000, '\1').c_str());
-    const std::string head = " 0x2 manager ";
-    const auto lines = lines_of("a.log");
-    ASSERT_EQ(lines.size(), 5U);
-    EXPECT_EQ(lines[0], head + "100% {} {0:>9999}");
-    EXPECT_EQ(lines[1], head + "%s%n is 7%");
-    EXPECT_EQ(lines[2],
-              head + R"(a\n2026-01-01 00:00:00.000 1:1 0x1 manager forged\r\t\x1b[31m\x7f)");
-    EXPECT_EQ(lines[3], head + std::string(1023, 'x'));
-    EXPECT_EQ(lines[4].size(), head.size() + 4 * 1023U);
+    Lines lines = lines_of("a.log");
+    EXPECT_EQ(lines.back().size(), std::string(" 0x2 manager ").size() + 4 * 1023U);
+    lines.pop_back();
+    EXPECT_EQ(
+        lines,
+        (Lines{
+            " 0x2 manager 100% {} {0:>9999}", " 0x2 manager %s%n is 7%",
+            R"( 0x2 manager a\n2026-01-01 00:00:00.000 1:1 0x1 manager forged\r\t\x1b[31m\x7f)"}));
 }
 
 TEST(Log, FullFileIsRenamedAndOnlySoManyAreKept) {
     auto settings = all_to("a.log");
-    settings.max_size = 500;
+    settings.max_size = 10;
     settings.max_files = 2;
     CNuv_Log log(settings);
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 5; ++i) {
         log.writelog(NUV_LOG_TRACE, from_manager, "line %d", i);
     }
-    EXPECT_EQ(lines_of("a.log").back(), " 0x2 manager line 49");
-    EXPECT_TRUE(std::filesystem::exists(path_of("a.2.log")));
+    EXPECT_EQ(lines_of("a.2.log"), Lines{" 0x2 manager line 2"});
     EXPECT_FALSE(std::filesystem::exists(path_of("a.3.log")));
-    EXPECT_LE(std::filesystem::file_size(path_of("a.1.log")), 500U);
 }
 
 TEST(Log, KilledProcessLeavesItsLinesInAFileOfItsOwn) {
@@ -147,14 +143,12 @@ TEST(Log, LinesOfManyThreadsStayWholeAndAForkedChildCanWrite) {
             }
         });
     }
-    int result = 0;
-    for (int i = 0; i < 50 && result == 0; ++i) {
+    for (int i = 0; i < 50; ++i) {
         nuv_test::Process child([&log] {
             alarm(20);  // a deadlock ends as a death by signal
             log.writelog(NUV_LOG_TRACE, from_manager, "%s", std::string(200, 'd').c_str());
         });
-        result = child.wait();
-        EXPECT_EQ(result, 0);
+        ASSERT_EQ(child.wait(), 0);
     }
     stop = true;
     for (std::thread& one : writers) {
