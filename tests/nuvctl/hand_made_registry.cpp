@@ -10,32 +10,24 @@
 #include <algorithm>
 #include <cstring>
 #include <ctime>
-#include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 namespace nuv_test {
 
-NUV_Devlist_Shm registry_with(const std::vector<NUV_Device>& cameras) {
+NUV_Devlist_Shm registry_with(const std::vector<NUV_Device>& cameras,
+                              unsigned int value_of_sem_update) {
     NUV_Devlist_Shm registry{};
     registry.struct_version = NUV_SHM_VERSION;
     registry.opencount = 1;
     registry.time_stamp = std::time(nullptr);
     registry.id_counter = 10;
-    sem_t free_semaphore;
-    sem_init(&free_semaphore, 1, 1);
-    registry.sem_rw = free_semaphore;
-    registry.sem_update = free_semaphore;
+    sem_t semaphore;
+    sem_init(&semaphore, 1, 1);
+    registry.sem_rw = semaphore;
+    sem_init(&semaphore, 1, value_of_sem_update);
+    registry.sem_update = semaphore;
     std::copy(cameras.begin(), cameras.end(), registry.nuvdevice);
-    return registry;
-}
-
-NUV_Devlist_Shm registry_with_update_held(const std::vector<NUV_Device>& cameras) {
-    NUV_Devlist_Shm registry = registry_with(cameras);
-    sem_t held;
-    sem_init(&held, 1, 0);
-    registry.sem_update = held;
     return registry;
 }
 
@@ -66,18 +58,19 @@ void publish(const NUV_Devlist_Shm& registry) {
 
 void publish(const std::string& bytes) {
     ASSERT_TRUE(shm_is_private());
-    std::ofstream(registry_path(), std::ios::binary) << bytes;
+    std::ofstream(region_file, std::ios::binary) << bytes;
 }
 
-std::string published_bytes() {
-    std::ostringstream bytes;
-    bytes << std::ifstream(registry_path(), std::ios::binary).rdbuf();
-    return bytes.str();
+Region published_region() {
+    const int file = open(region_file, O_RDWR | O_CLOEXEC);
+    void* const mapped = mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    close(file);
+    return Region(static_cast<NUV_Devlist_Shm*>(mapped));
 }
 
 Process attached_process(long locked_byte, bool first_thread_ends) {
     return ready_process([&](const Ready& is_ready) {
-        const int region = open(registry_path().c_str(), O_RDWR | O_CLOEXEC);
+        const int region = open(region_file, O_RDWR | O_CLOEXEC);
         for (const int access : {PROT_READ | PROT_WRITE, PROT_READ | PROT_WRITE, PROT_READ}) {
             if (mmap(nullptr, NUV_SHM_SIZE, access, MAP_SHARED, region, 0) == MAP_FAILED) {
                 return;
@@ -103,10 +96,6 @@ Process attached_process(long locked_byte, bool first_thread_ends) {
         is_ready();
         wait_for_sigterm();
     });
-}
-
-std::string registry_path() {
-    return std::string("/dev/shm") + NUV_SHM_NAME;
 }
 
 }  // namespace nuv_test

@@ -2,19 +2,21 @@
 #pragma once
 
 #include "support/child_process.h"
+#include "support/region_file.h"
 
 #include <nuv/registry_layout.h>
 
 #include <nuvkit/holder.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace nuv_test {
 
 /// The bytes of a live registry.
-NUV_Devlist_Shm registry_with(const std::vector<NUV_Device>& cameras);
-NUV_Devlist_Shm registry_with_update_held(const std::vector<NUV_Device>& cameras = {});
+NUV_Devlist_Shm registry_with(const std::vector<NUV_Device>& cameras,
+                              unsigned int value_of_sem_update = 1);
 NUV_Device camera(unsigned int id, unsigned short iftype, unsigned int serialnumber,
                   const std::string& name, const std::string& interface_name = "");
 /// A process that once had this one's id.
@@ -23,9 +25,10 @@ nuvkit::Holder dead_holder();
 /// Puts the bytes, or any others, under the registry's name.
 void publish(const NUV_Devlist_Shm& registry);
 void publish(const std::string& bytes);
-/// What lies under the name now.
-std::string published_bytes();
-std::string registry_path();
+
+/// What lies under the name, beside the processes that use it.
+using Region = std::unique_ptr<NUV_Devlist_Shm, Unmap>;
+Region published_region();
 
 /// Has the published region mapped as two managers would, and the lock on one byte; its first
 /// thread may have ended.

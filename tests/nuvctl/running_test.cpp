@@ -25,11 +25,6 @@ class Running : public testing::Test {
 protected:
     void SetUp() override { write_ini("nuv_devicemgr", "[OPTIONS]\nScantime = 500\n"); }
 
-    static Child start(std::vector<std::string> words) {
-        words.insert(words.begin(), tool_path());
-        return Child(words);
-    }
-
     /// Reads on to a line that matches.
     static void expect_line(Child& tool, const std::string& expression) {
         std::string seen;
@@ -48,32 +43,35 @@ protected:
     }
 
     static std::string id_of(const std::string& selector) {
-        return run_tool({"show", selector, "--json"}).json()["cameras"].at(0)["id"].dump();
+        return answer(0, {"show", selector})["cameras"].at(0)["id"].dump();
     }
 };
 
-TEST_F(Running, CamerasAreFollowedAndTheRegistryIsRemovedAtTheEnd) {
+TEST_F(Running, CamerasOfTheConfiguredInterfacesAreFollowedAndNothingIsLeftAtTheEnd) {
+    const std::string config = config_folder() + "/any name";
+    std::ofstream(config) << "[INTERFACES]\nUSB=0\nUSB3=0\nCLHS_SISO=0\nCLHS_KAYA=0\nME4=0\n";
+    const std::string temporary = config_folder() + "/temporary";
+    std::filesystem::create_directory(temporary);
+    setenv("TMPDIR", temporary.c_str(), 1);
+    write_ini("nuv_cameras", std::string(left_camera) + right_camera);
+    Child manager = start_tool({"run", "--config", config});
+    EXPECT_EQ(manager.read_line(),
+              "device manager " + std::to_string(manager.pid()) + " is running, interfaces: GIGE");
+    expect_line(manager, "appeared.*GIGE.*202.*\"right\"");
     write_ini("nuv_cameras", left_camera);
-    Child manager = start({"run"});
-    expect_line(manager, "device manager.*USB3");
-    expect_line(manager, "appeared.*USB3.*101.*\"left\"");
-    write_ini("nuv_cameras", std::string(left_camera) + "name = arm\n");
-    expect_line(manager, "renamed.*\"arm\"");
-    write_ini("nuv_cameras", std::string(left_camera) + "name = arm\n" + right_camera);
-    expect_line(manager, "appeared.*GIGE.*202");
-    write_ini("nuv_cameras", right_camera);
-    expect_line(manager, "gone.*101");
+    expect_line(manager, "gone.*202");
     expect_orderly_end(manager, SIGTERM);
-    EXPECT_FALSE(std::filesystem::exists(registry_path()));
+    EXPECT_FALSE(region_exists());
+    EXPECT_TRUE(std::filesystem::is_empty(temporary));
 }
 
 TEST_F(Running, CameraInUseIsRefusedUntilItsHolderClosesItOrDies) {
     write_ini("nuv_cameras", std::string(left_camera) + right_camera);
-    Child manager = start({"run"});
+    Child manager = start_tool({"run"});
     expect_line(manager, "appeared.*202");
     const std::string id = id_of("sn:101");
 
-    Child holder = start({"open", id});
+    Child holder = start_tool({"open", id});
     const std::string by_holder = std::to_string(holder.pid()) + " nuvctl";
     expect_line(holder, "camera " + id + " is open.*101");
     expect_line(manager, "camera " + id + " opened.*by " + by_holder);
@@ -83,7 +81,7 @@ TEST_F(Running, CameraInUseIsRefusedUntilItsHolderClosesItOrDies) {
     expect_orderly_end(holder, SIGINT);
     expect_line(manager, "camera " + id + " closed");
 
-    Child doomed = start({"open", id});
+    Child doomed = start_tool({"open", id});
     const std::string by_doomed = std::to_string(doomed.pid());
     expect_line(manager, "camera " + id + " opened.*by " + by_doomed);
     doomed.kill_and_wait();
@@ -93,52 +91,46 @@ TEST_F(Running, CameraInUseIsRefusedUntilItsHolderClosesItOrDies) {
 
 TEST_F(Running, OpenNamesWhyACameraIsNotThere) {
     write_ini("nuv_cameras", std::string(left_camera) + right_camera + "open_result = 0x1234\n");
-    Child manager = start({"run"});
+    Child manager = start_tool({"run"});
     expect_line(manager, "appeared.*101");
-    const Outcome unknown = run_tool({"open", "777"});
-    EXPECT_EQ(unknown.code, 3);
-    EXPECT_NE(unknown.messages.find("not in the registry"), std::string::npos);
-
-    const Outcome failing = run_tool({"open", id_of("sn:202")});
-    EXPECT_EQ(failing.code, 1);
-    EXPECT_NE(failing.messages.find("0x00001234"), std::string::npos) << failing.messages;
-
-    const std::string config = config_folder() + "/no_usb3";
-    std::ofstream(config) << "[INTERFACES]\nUSB3 = 0\n";
-    const Outcome disabled = run_tool({"open", id_of("sn:101"), "--config", config});
-    EXPECT_EQ(disabled.code, 1);
-    EXPECT_NE(disabled.messages.find("interface is not running"), std::string::npos);
+    const std::string no_usb3 = write_ini("no_usb3", "[INTERFACES]\nUSB3 = 0\n");
+    const std::tuple<std::vector<std::string>, int, const char*> rows[] = {
+        {{"open", "777"}, 3, "not in the registry"},
+        {{"open", id_of("sn:202")}, 1, "0x00001234"},
+        {{"open", id_of("sn:101"), "--config", no_usb3}, 1, "interface is not running"},
+    };
+    for (const auto& [words, code, reason] : rows) {
+        const Outcome refused = run_tool(words);
+        EXPECT_EQ(refused.code, code) << reason;
+        EXPECT_NE(refused.messages.find(reason), std::string::npos) << refused.messages;
+    }
     expect_orderly_end(manager, SIGTERM);
 }
 
-TEST_F(Running, OpenCanBeInterruptedWhileALivingProcessHoldsTheUpdateLock) {
-    publish(registry_with_update_held());
-    const Process holder = attached_process(NUV_SHM_UPDATE_BYTE);
-    Child tool({"/bin/sh", "-c", "exec \"$0\" open 1 2>&1", tool_path()});
+TEST_F(Running, OpenWaitsForALivingHolderOfTheUpdateLockUntilItIsInterrupted) {
+    publish(registry_with({}, 0));
+    Process holder = attached_process(NUV_SHM_UPDATE_BYTE);
+    Child tool = start_tool({"open", "1"});
     expect_line(tool, "waiting.*sem_update");
     tool.signal(SIGINT);
     EXPECT_EQ(tool.wait(), 1);
-}
-
-TEST_F(Running, OpenOutlivesADeadHolderOfTheUpdateLock) {
-    publish(registry_with_update_held());
-    EXPECT_EQ(run_tool({"open", "1"}).code, 3);
+    holder.kill_and_wait();
+    EXPECT_EQ(run_tool({"open", "1"}).code, 3) << "outlives a dead one";
 }
 
 TEST_F(Running, OpenThatIsInterruptedClosesWhatItOpened) {
     write_ini("nuv_cameras", std::string(left_camera) + "open_delay_ms = 2000\n");
-    Child manager = start({"run"});
+    Child manager = start_tool({"run"});
     expect_line(manager, "appeared.*101");
-    Child tool({"/bin/sh", "-c", "exec \"$0\" open \"$1\" 2>&1", tool_path(), id_of("sn:101")});
+    Child tool = start_tool({"open", id_of("sn:101")});
     std::string held;
     while (held != "held") {
-        held = run_tool({"status", "--json", "--watch", "0.3"})
-                   .json()["semaphores"]["sem_update"]["state"];
+        held = answer(0, {"status", "--watch", "0.3"})["semaphores"]["sem_update"]["state"];
     }
     tool.signal(SIGINT);
     expect_line(tool, "interrupted");
     EXPECT_EQ(tool.wait(), 1);
-    EXPECT_EQ(run_tool({"show", "sn:101", "--json"}).json()["cameras"][0]["state"], "present");
+    EXPECT_EQ(answer(0, {"show", "sn:101"})["cameras"][0]["state"], "present");
     expect_orderly_end(manager, SIGTERM);
 }
 
@@ -156,36 +148,12 @@ TEST_F(Running, ServiceManagerHearsOfReadinessAndEnd) {
         const ssize_t count = recv(channel, text, sizeof text, 0);
         return std::string(text, count > 0 ? static_cast<std::size_t>(count) : 0);
     };
-    Child manager = start({"run"});
+    Child manager = start_tool({"run"});
     EXPECT_EQ(heard(), "READY=1");
     EXPECT_EQ(run_tool({"list"}).code, 0);
     expect_orderly_end(manager, SIGTERM);
     EXPECT_EQ(heard(), "STOPPING=1");
     close(channel);
-}
-
-TEST_F(Running, SharedMemoryThatMayNotBeWrittenAnswersFive) {
-    const std::filesystem::path shm = "/dev/shm";
-    std::filesystem::permissions(shm, std::filesystem::perms(0555));
-    EXPECT_EQ(run_tool({"run"}, {"setpriv", "--bounding-set=-dac_override,-dac_read_search"}).code,
-              5);
-    std::filesystem::permissions(shm, std::filesystem::perms(01777));
-}
-
-TEST_F(Running, ConfigFileReplacesTheOneThatWouldBeFound) {
-    const std::string config = config_folder() + "/any name";
-    std::ofstream(config) << "[INTERFACES]\nUSB=0\nUSB3=0\nCLHS_SISO=0\nCLHS_KAYA=0\nME4=0\n";
-    const std::string temporary = config_folder() + "/temporary";
-    std::filesystem::create_directory(temporary);
-    setenv("TMPDIR", temporary.c_str(), 1);
-    write_ini("nuv_cameras", right_camera);
-    Child manager = start({"run", "--config", config});
-    EXPECT_EQ(manager.read_line(),
-              "device manager " + std::to_string(manager.pid()) + " is running, interfaces: GIGE");
-    expect_line(manager, "appeared.*202");
-    expect_orderly_end(manager, SIGTERM);
-    EXPECT_TRUE(std::filesystem::is_empty(temporary));
-    EXPECT_EQ(run_tool({"run", "--config", config_folder()}).code, 2);
 }
 
 }  // namespace

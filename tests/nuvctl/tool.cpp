@@ -1,47 +1,76 @@
 #include "tool.h"
 
-#include "support/child_process.h"
 #include "support/private_world.h"
+
+#include <gtest/gtest.h>
 
 #include <fstream>
 #include <sstream>
 
 namespace nuv_test {
 
+namespace {
+
+Child by_shell(const std::vector<std::string>& script, const std::vector<std::string>& before,
+               const std::vector<std::string>& arguments) {
+    std::vector<std::string> command{"/bin/sh", "-c"};
+    for (const auto& words : {script, before, startable({tool_path()}), arguments}) {
+        command.insert(command.end(), words.begin(), words.end());
+    }
+    return Child(command);
+}
+
+}  // namespace
+
 std::string tool_path() {
     return NUVCTL_PATH;
+}
+
+Child start_tool(const std::vector<std::string>& arguments) {
+    return by_shell({"exec \"$@\" 2>&1", "sh"}, {}, arguments);
 }
 
 Outcome run_tool(const std::vector<std::string>& arguments,
                  const std::vector<std::string>& before) {
     const std::string messages = config_folder() + "/messages";
-    std::vector<std::string> command{"/bin/sh", "-c", "exec \"$@\" 2>\"$0\"", messages};
-    command.insert(command.end(), before.begin(), before.end());
-    const std::vector<std::string> tool_command = startable({tool_path()});
-    command.insert(command.end(), tool_command.begin(), tool_command.end());
-    command.insert(command.end(), arguments.begin(), arguments.end());
-
-    Child tool(command);
+    Child tool = by_shell({"exec \"$@\" 2>\"$0\"", messages}, before, arguments);
     Outcome outcome;
     while (const auto line = tool.read_line()) {
         outcome.lines.push_back(*line);
         outcome.text += *line + '\n';
     }
     outcome.code = tool.wait();
-    std::ostringstream text;
-    text << std::ifstream(messages).rdbuf();
-    outcome.messages = text.str();
+    outcome.messages = text_of_file(messages);
     return outcome;
 }
 
-nlohmann::json said_of(pid_t process, const Outcome& who) {
-    const nlohmann::json answer = who.json();
-    for (const nlohmann::json& one : answer["processes"]) {
+nlohmann::json answer(int code, std::vector<std::string> arguments,
+                      const std::vector<std::string>& before) {
+    arguments.emplace_back("--json");
+    const Outcome outcome = run_tool(arguments, before);
+    EXPECT_EQ(outcome.code, code) << arguments[0] << ' ' << outcome.messages;
+    return nlohmann::json::parse(outcome.text);
+}
+
+void expect_fields(const nlohmann::json& answer, const nlohmann::json& fields) {
+    nlohmann::json expected = answer;
+    expected.merge_patch(fields);
+    EXPECT_EQ(answer, expected);
+}
+
+nlohmann::json said_of(pid_t process, const nlohmann::json& who) {
+    for (const nlohmann::json& one : who["processes"]) {
         if (one["pid"] == process) {
             return one;
         }
     }
     return nullptr;
+}
+
+std::string text_of_file(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
 }
 
 }  // namespace nuv_test

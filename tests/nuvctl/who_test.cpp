@@ -15,69 +15,58 @@ using namespace nuv_test;
 
 TEST(Who, NamesWhoIsAttachedAndWhatItHolds) {
     NUV_Device held = camera(5, 8, 1, "");
-    publish(registry_with_update_held({held}));
+    publish(registry_with({held}, 0));
     const Process child = attached_process(NUV_SHM_UPDATE_BYTE);
     nuvkit::Holder holder{child.pid(), 0};
-    holder.start_ticks = said_of(child.pid(), run_tool({"who", "--json"}))["start_ticks"];
+    holder.start_ticks = said_of(child.pid(), answer(0, {"who"}))["start_ticks"];
     nuvkit::set_holder(held, holder);
-    publish(registry_with_update_held({held}));
+    publish(registry_with({held}, 0));
 
-    const Outcome outcome = run_tool({"who", "--json"});
-    EXPECT_EQ(outcome.code, 0);
-    const nlohmann::json person = said_of(child.pid(), outcome);
+    const nlohmann::json who = answer(0, {"who"});
+    EXPECT_EQ(who["unexamined"]["incomplete"], false);
+    const nlohmann::json person = said_of(child.pid(), who);
     ASSERT_TRUE(person.is_object());
-    EXPECT_EQ(person["command"], "nuvctl_test");
+    expect_fields(person, R"({
+        "command": "nuvctl_test", "cameras": [5],
+        "region": {"state": "current", "managers": 2, "update_lock": true}})"_json);
     EXPECT_EQ(person["user"]["id"], geteuid());
     EXPECT_LE(std::abs(person["started"].get<std::int64_t>() - std::time(nullptr)), 60);
-    EXPECT_EQ(person["cameras"], std::vector<unsigned int>{5});
-    EXPECT_EQ(person["region"]["state"], "current");
-    EXPECT_EQ(person["region"]["managers"], 2);
-    EXPECT_EQ(person["region"]["update_lock"], true);
 
-    const nlohmann::json status = run_tool({"status", "--json"}).json();
-    EXPECT_EQ(status["mapped"]["managers"], 2);
-    EXPECT_EQ(status["mapped"]["more_are_hidden"], false);
-    EXPECT_EQ(status["mapped"]["incomplete"], false);
-    EXPECT_EQ(outcome.json()["unexamined"]["incomplete"], false);
-    EXPECT_EQ(status["semaphores"]["sem_update"]["state"], "held");
-    EXPECT_EQ(status["semaphores"]["sem_update"]["lock"], "taken");
+    const nlohmann::json status = answer(0, {"status"});
+    expect_fields(status, R"({
+        "mapped": {"managers": 2, "more_are_hidden": false, "incomplete": false},
+        "semaphores": {"sem_update": {"state": "held", "lock": "taken"}}})"_json);
     EXPECT_EQ(status["semaphores"]["sem_update"]["lock_owner"]["pid"], child.pid());
 }
 
 TEST(Who, ProcessOnARemovedRegionIsFoundWithAndWithoutANewOne) {
     publish(registry_with({}));
     const Process child = attached_process(NUV_SHM_UPDATE_BYTE);
-    std::filesystem::remove(registry_path());
-    const Outcome without = run_tool({"who", "--json"});
-    EXPECT_EQ(without.code, 7);
-    EXPECT_EQ(said_of(child.pid(), without)["region"]["state"], "removed");
+    std::filesystem::remove(region_file);
+    EXPECT_EQ(said_of(child.pid(), answer(7, {"who"}))["region"]["state"], "removed");
     publish(registry_with({}));
-    const Outcome with = run_tool({"who", "--json"});
-    EXPECT_EQ(with.code, 0);
-    EXPECT_EQ(said_of(child.pid(), with)["region"]["state"], "removed");
-    EXPECT_EQ(run_tool({"status", "--json"}).json()["mapped"]["managers"], 0);
+    EXPECT_EQ(said_of(child.pid(), answer(0, {"who"}))["region"]["state"], "removed");
+    EXPECT_EQ(answer(0, {"status"})["mapped"]["managers"], 0);
 }
 
 TEST(Who, ProcessWhoseFirstThreadHasEndedIsStillAttached) {
     publish(registry_with({}));
     const Process child = attached_process(NUV_SHM_PRESENCE_BYTE, true);
-    const nlohmann::json person = said_of(child.pid(), run_tool({"who", "--json"}));
-    EXPECT_EQ(person["region"]["managers"], 2);
-    EXPECT_EQ(person["region"]["update_lock"], false);
+    expect_fields(said_of(child.pid(), answer(0, {"who"})),
+                  R"({"region": {"managers": 2, "update_lock": false}})"_json);
 }
 
 TEST(Who, DeadHolderIsGoneAndADeadHoldersLockIsFree) {
     NUV_Device held = camera(3, 8, 1, "");
     nuvkit::set_holder(held, dead_holder());
-    publish(registry_with_update_held({held}));
-    const nlohmann::json person = said_of(getpid(), run_tool({"who", "--json"}));
-    EXPECT_EQ(person["alive"], false);
-    EXPECT_EQ(person["cameras"], std::vector<unsigned int>{3});
+    publish(registry_with({held}, 0));
+    const nlohmann::json person = said_of(getpid(), answer(0, {"who"}));
+    expect_fields(person, R"({"alive": false, "cameras": [3]})"_json);
     EXPECT_TRUE(person["region"].is_null());
     const Outcome table = run_tool({"who", "--no-headings"});
     const std::regex gone(std::to_string(getpid()) + " .* gone ");
     EXPECT_TRUE(std::regex_search(table.text, gone)) << table.text;
-    const nlohmann::json status = run_tool({"status", "--json", "--watch", "0.05"}).json();
+    const nlohmann::json status = answer(0, {"status", "--watch", "0.05"});
     EXPECT_EQ(status["semaphores"]["sem_update"]["lock"], "free");
     EXPECT_TRUE(status["semaphores"]["sem_update"]["lock_owner"].is_null());
 }
@@ -85,9 +74,9 @@ TEST(Who, DeadHolderIsGoneAndADeadHoldersLockIsFree) {
 TEST(Who, ProcessThatMayNotBeExaminedIsCounted) {
     publish(registry_with({}));
     const Process child = attached_process(NUV_SHM_UPDATE_BYTE);
-    const Outcome outcome = run_tool({"who", "--json"}, {"setpriv", "--bounding-set=-sys_ptrace"});
-    EXPECT_TRUE(said_of(child.pid(), outcome).is_null());
-    EXPECT_GE(outcome.json()["unexamined"]["sharing_memory"], 1);
+    const nlohmann::json who = answer(0, {"who"}, {"setpriv", "--bounding-set=-sys_ptrace"});
+    EXPECT_TRUE(said_of(child.pid(), who).is_null());
+    EXPECT_GE(who["unexamined"]["sharing_memory"], 1);
 }
 
 }  // namespace
