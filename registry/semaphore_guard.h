@@ -37,6 +37,10 @@ public:
     std::chrono::steady_clock::time_point end_of_slice() const { return times->end_of_slice; }
     void begin_next_slice();
 
+    /// A living holder was met, which a signal must not make forgotten either.
+    void note_living_holder() { living_holder_met = true; }
+    bool has_met_living_holder() const { return living_holder_met; }
+
 private:
     struct Times {
         std::chrono::steady_clock::time_point start;
@@ -45,6 +49,7 @@ private:
 
     Patience* const patience;
     std::optional<Times> times;  ///< once begun
+    bool living_holder_met = false;
 };
 
 class Semaphore_guard {

@@ -15,8 +15,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Looking at all processes is not for every short wait.
-constexpr auto suspicious = 1s;
+/// Who has waited for the byte has met a holder, or somebody who waits for one; a living holder
+/// posts before it drops the byte. Who has found it free knows of nobody: the semaphore may be held
+/// in this very process, by something that goes around the wrappers.
+std::chrono::milliseconds longest_trust(const Waiting& waiting) {
+    return waiting.has_met_living_holder() ? 1s : 3s;
+}
 
 int time_out() {
     errno = ETIMEDOUT;
@@ -25,13 +29,14 @@ int time_out() {
 
 }  // namespace
 
-bool Update_lock::try_take() {
+bool Update_lock::try_take(Waiting& waiting) {
     if (taken.exchange(true, std::memory_order_acquire)) {
         return false;
     }
     const Lock_answer answer = try_update_byte(fd);
     if (answer == Lock_answer::busy) {
         taken.store(false, std::memory_order_release);
+        waiting.note_living_holder();
         return false;
     }
     holders_are_known = answer == Lock_answer::taken;
@@ -55,12 +60,12 @@ int Update_lock::wait(sem_t* semaphore, Waiting& waiting) {
 bool Update_lock::take(Waiting& waiting) {
     constexpr auto pause = 1ms;
     constexpr auto question = 250ms;
-    if (try_take()) {
+    if (try_take(waiting)) {
         return true;
     }
     waiting.begin();
     auto next_question = waiting.waited();
-    while (!try_take()) {
+    while (!try_take(waiting)) {
         if (waiting.waited() >= next_question) {
             next_question += question;
             if (!waiting.go_on()) {
@@ -87,8 +92,8 @@ int Update_lock::outwait_holder(sem_t* semaphore, Waiting& waiting) {
         if (!waiting.go_on()) {
             return time_out();
         }
-        if (holders_are_known && waiting.waited() >= suspicious && !may_have_old_neighbours(fd) &&
-            !is_free(semaphore)) {
+        if (holders_are_known && waiting.waited() >= longest_trust(waiting) &&
+            !may_have_old_neighbours(fd) && !is_free(semaphore)) {
             sem_post(semaphore);
             freed = true;
             waiting.freed_from_dead_holder();

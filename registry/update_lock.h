@@ -24,7 +24,7 @@ public:
 
 private:
     bool take(Waiting& waiting);
-    bool try_take();
+    bool try_take(Waiting& waiting);
     int outwait_holder(sem_t* semaphore, Waiting& waiting);
 
     const int fd;

@@ -56,12 +56,15 @@ Process start_user() {
 
 /// Uses the region as a library does that knows nothing of its locks. Holds `sem_update` when this
 /// returns, and posts it at SIGTERM. Its first thread may end while another holds it.
-template <uid_t user, bool first_thread_ends>
+template <uid_t user, bool first_thread_ends, bool keeps_descriptor = true>
 Process start_old_neighbour() {
     return nuv_test::ready_process([](const nuv_test::Ready& is_ready) {
-        auto* const region =
-            static_cast<unsigned char*>(mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE,
-                                             MAP_SHARED, shm_open(NUV_SHM_NAME, O_RDWR, 0), 0));
+        const int file = shm_open(NUV_SHM_NAME, O_RDWR, 0);
+        auto* const region = static_cast<unsigned char*>(
+            mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+        if (!keeps_descriptor) {
+            close(file);
+        }
         if (region == MAP_FAILED || setuid(user) != 0) {
             fail("an old neighbour does not attach");
         }
@@ -104,10 +107,11 @@ constexpr Hold holds[] = {
     {"stopped in an open", start_user<Use::open_once>, first_line + 2s, SIGCONT},
     {"old neighbour", start_root_neighbour, 4s, SIGKILL},
     {"old neighbour in its second thread", start_old_neighbour<0, true>, 4s, SIGKILL},
-    {"killed in a scan", start_user<Use::scan>, 0s, SIGKILL},
-    {"killed in an open", start_user<Use::open_once>, 0s, SIGKILL},
-    {"nobody may follow", start_old_neighbour<somebody, false>, 3s, SIGTERM, to_follow},
-    {"nobody may look into", start_old_neighbour<somebody, false>, 3s, SIGTERM, to_open},
+    {"neighbour that has mapped it alone", start_old_neighbour<0, false, false>, 4s, SIGKILL},
+    {"killed in a scan", start_user<Use::scan>, 200ms, SIGKILL},
+    {"killed in an open", start_user<Use::open_once>, 200ms, SIGKILL},
+    {"nobody may follow", start_old_neighbour<somebody, false>, 4s, SIGTERM, to_follow},
+    {"nobody may look into", start_old_neighbour<somebody, false>, 4s, SIGTERM, to_open},
 };
 
 /// An open waits, beside somebody who only reads the region.
@@ -148,13 +152,11 @@ void play(const Hold& now) {
 }
 
 /// Also when it posts, and goes, right when somebody looks for it: before the n-th step of the
-/// waiter, for every n.
+/// waiter, which first takes the byte and waits for twelve slices.
 void old_neighbour_that_goes() {
     const auto manager = make_manager();
     manager->Initialize();
-    // Taking the byte, four slices, the look, a slice, the look.
-    constexpr long steps = 8;
-    for (long step = 1; step <= steps; ++step) {
+    for (long step = 12; step <= 16; ++step) {
         Process neighbour = start_root_neighbour();
         act_before_step(step, [&] {
             neighbour.signal(SIGTERM);

@@ -77,7 +77,7 @@ Exit require_live_registry() {
 }
 
 /// An open waits for `sem_update` where it cannot be interrupted, and a living process may hold it
-/// for long: so the wait is here. A dead holder's is freed by our manager's scans in a second.
+/// for long: so the wait is here. A dead holder's is freed by our manager's scans in a few seconds.
 /// \return `Exit::done` when the semaphore was seen free
 Exit wait_for_turn(int registry, Stop_signals& signals) {
     constexpr std::chrono::milliseconds pause(50);
