@@ -42,9 +42,10 @@ TEST(List, TableShowsCamerasByIdWithStateAndHolder) {
  9  USB3  4000000000  left arm  usb-1.2         open     THIS PROCESS
 )");
     nuvkit::set_holder(registry.nuvdevice[3], dead_holder());
+    registry.nuvdevice[3].status_bits &= ~NUV_STATUS_COM_OPEN;
     publish(registry);
-    EXPECT_NE(run_tool({"list", "--no-headings"}).lines.at(1).find(id + " gone"),
-              std::string::npos);
+    const std::string row = run_tool({"list", "--no-headings"}).lines.at(1);
+    EXPECT_NE(row.find("grabber open  " + id + " gone"), std::string::npos) << row;
 }
 
 TEST(List, JsonHasEveryFieldOfTheEntry) {
