@@ -55,7 +55,7 @@ unsigned int Backend::initialize() {
     }
     state->count_in();
     // Whatever it answers, the next scan may do better: the back-end itself is ready.
-    state->update();
+    answer_for_memory([this] { return state->update(); });
     return NUV_NOERROR;
 }
 

@@ -165,8 +165,8 @@ void Backend::State::close_all() {
     while (!devices.empty()) {
         const auto device = devices.begin();
         if (const unsigned int code = close_source(*device); code != NUV_NOERROR) {
-            owner.writelogb(NUV_LOG_ERROR, "~Backend: handle %p failed 0x%x", device->handle(),
-                            code);
+            owner.writelogb(NUV_LOG_ERROR, "%s: handle %p failed 0x%x", "~Backend",
+                            device->handle(), code);
         }
         forget(device);
     }

@@ -149,9 +149,8 @@ void Backend::State::free_dead_holders(const Scan& scan) {
         if (is_alive(holder)) {
             continue;
         }
-        owner.writelogb(NUV_LOG_ERROR,
-                        "update_devices_in_shmlist: process %d died with a camera open",
-                        holder.process_id);
+        owner.writelogb(NUV_LOG_ERROR, "%s: process %d died with a camera open",
+                        "update_devices_in_shmlist", holder.process_id);
         Registry_hold hold(owner);
         for (int i = 0; hold && i < NUV_DEVICE_COUNT; ++i) {
             const NUV_Device entry = hold.registry().nuvdevice[i];

@@ -1,14 +1,15 @@
 # How much of the tree tests are, and the tests in other surroundings: valgrind, coverage counters,
 # the reference platform. Sourced by check.sh.
 
-# About a third is meant for what tests the rooms, with the tests' support; what kills, fuzzes, emulates
-# and installs whole processes comes on top. The limits are what has been reached: they only go down.
+# About a third is meant for what tests the rooms, with the tests' support; what kills, fuzzes,
+# emulates and installs whole processes comes on top. The limits are what has been reached: they only
+# go down.
 gate_test_share() {
     local limit_of_rooms=36 limit_of_processes=17 code rooms processes
     code=$(lines_of_code include registry interface manager kit tools examples)
     rooms=$(lines_of_code tests/{support,registry,interface,manager,kit,nuvctl,tree})
     processes=$(lines_of_code tests/{robustness,fuzz,aarch64,sdk,packages})
-    printf 'test share: beside %d lines of code %d of the rooms'"'"' tests, %d %%; at most %d %%\n' \
+    printf 'test share: beside %d lines of code %d of tests of rooms, %d %%; at most %d %%\n' \
         "$code" "$rooms" $((100 * rooms / code)) $limit_of_rooms
     printf 'test share: and %d of runs of whole processes, %d %%; at most %d %%\n' \
         "$processes" $((100 * processes / code)) $limit_of_processes
