@@ -151,7 +151,9 @@ protected:
 TEST_F(Doctor_beside_manager, CountOfTheDeadIsNamedAndCorrectedWhenTheTerminalAgrees) {
     running_manager()->kill_and_wait();
     const auto answered = [](const char* word) {
-        Terminal terminal({"/bin/sh", "-c", "exec \"$0\" repair >/dev/null", tool_path()}, 24, 80);
+        std::vector<std::string> command = startable({tool_path()});
+        command.insert(command.begin(), {"/bin/sh", "-c", "exec \"$@\" repair >/dev/null", "sh"});
+        Terminal terminal(command, 24, 80);
         EXPECT_TRUE(terminal.shows("Do it?")) << terminal.seen;
         terminal.type(word);
         return terminal.wait();
