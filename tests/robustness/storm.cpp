@@ -56,6 +56,8 @@ public:
         }
         for (Driven& one : all) {
             go_on(one);
+        }
+        for (Driven& one : all) {
             one.member.leave();
         }
         tally().clears += ledger->clears;
