@@ -139,43 +139,35 @@ bool lives_without_first_thread(const char* process) {
            status_of(process, "VmSize: %lu").value_or(1) == 0;
 }
 
-/// Whether the line of a process's memory map is one of the region that can be written to:
+/// Whether the line of a process's memory map is the beginning of the region, where the semaphores
+/// are, and can be written to:
 /// "7f6d0a400000-7f6d0a406000 rw-s 00000000 00:19 5    /dev/shm/nuv_device_shmem".
-bool maps_region(const char* line, const struct stat& region) {
+bool maps_semaphores(const char* line, const struct stat& region) {
+    unsigned long offset = 0;
     unsigned int device_major = 0;
     unsigned int device_minor = 0;
     unsigned long inode = 0;
-    return std::sscanf(line, "%*s rw%*[-x]s %*s %x:%x %lu", &device_major, &device_minor, &inode) ==
-               3 &&
-           inode == region.st_ino && makedev(device_major, device_minor) == region.st_dev;
+    return std::sscanf(line, "%*s rw%*[-x]s %lx %x:%x %lu", &offset, &device_major, &device_minor,
+                       &inode) == 4 &&
+           offset == 0 && inode == region.st_ino &&
+           makedev(device_major, device_minor) == region.st_dev;
 }
 
-/// How often a process that can be looked into has the region mapped. Nothing, with the reason in
-/// `errno`, when it cannot.
-std::optional<int> mappings_of(const char* process, const struct stat& region) {
+/// A manager has one mapping for each descriptor; one more is somebody's who has closed his.
+bool may_map_more_often(const char* process, const struct stat& region, int descriptors) {
     char path[path_size];
     std::snprintf(path, sizeof path, "/proc/%.50s/maps", process);
     const File map(std::fopen(path, "re"));
     if (map == nullptr) {
-        return std::nullopt;
+        const bool may_not = errno == EACCES || errno == EPERM;
+        return may_not ? may_share_memory(process) : !is_gone(errno);
     }
     int mappings = 0;
     char line[512];
     while (std::fgets(line, sizeof line, map.get()) != nullptr) {
-        mappings += maps_region(line, region) ? 1 : 0;
+        mappings += maps_semaphores(line, region) ? 1 : 0;
     }
-    return mappings;
-}
-
-/// Who is attached has touched the region, so most processes need not show their whole map. A
-/// manager has one mapping for each descriptor; one more is somebody's who has closed his.
-bool maps_more_often(const char* process, const struct stat& region, int descriptors) {
-    if (status_of(process, "RssShmem: %lu").value_or(1) == 0) {
-        return false;
-    }
-    const std::optional<int> mappings = mappings_of(process, region);
-    return mappings.has_value() ? *mappings > descriptors
-                                : !is_gone(errno) && may_share_memory(process);
+    return mappings > descriptors || (std::ferror(map.get()) != 0 && !is_gone(errno));
 }
 
 /// The process by its number, or one of its threads as "number/task/number".
@@ -202,7 +194,7 @@ bool may_use_region(const char* process, const struct stat& region) {
     if (errno != 0) {
         return !is_gone(errno);
     }
-    return maps_more_often(process, region, with_lock);
+    return may_map_more_often(process, region, with_lock);
 }
 
 bool may_be_old_neighbour(const char* process, const struct stat& region) {

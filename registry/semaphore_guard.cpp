@@ -21,6 +21,25 @@ std::chrono::milliseconds Waiting::waited() const {
                                                                  times->start);
 }
 
+void Waiting::begin_watch() {
+    begin();
+    if (!watch_start) {
+        watch_start = std::chrono::steady_clock::now();
+        begin_next_slice();
+    }
+}
+
+std::chrono::milliseconds Waiting::watched() const {
+    using std::chrono::steady_clock;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() -
+                                                                 *watch_start);
+}
+
+void Waiting::note_busy() {
+    was_busy = true;
+    watch_start.reset();
+}
+
 bool Waiting::go_on() {
     return patience == nullptr || patience->go_on(waited());
 }

@@ -37,9 +37,12 @@ public:
     std::chrono::steady_clock::time_point end_of_slice() const { return times->end_of_slice; }
     void begin_next_slice();
 
-    /// A living holder was met, which a signal must not make forgotten either.
-    void note_living_holder() { living_holder_met = true; }
-    bool has_met_living_holder() const { return living_holder_met; }
+    /// For a guard that watches whether a holder lives: for how long it has done so, which a signal
+    /// must not make forgotten either, and whether it had to wait before.
+    void begin_watch();
+    std::chrono::milliseconds watched() const;
+    void note_busy();
+    bool has_found_it_busy() const { return was_busy; }
 
 private:
     struct Times {
@@ -49,7 +52,8 @@ private:
 
     Patience* const patience;
     std::optional<Times> times;  ///< once begun
-    bool living_holder_met = false;
+    std::optional<std::chrono::steady_clock::time_point> watch_start;
+    bool was_busy = false;
 };
 
 class Semaphore_guard {

@@ -15,11 +15,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Who has waited for the byte has met a holder, or somebody who waits for one; a living holder
-/// posts before it drops the byte. Who has found it free knows of nobody: the semaphore may be held
-/// in this very process, by something that goes around the wrappers.
+/// From when the byte is taken. Who had to wait for it has most likely met a holder, and a living
+/// one posts before it drops the byte. Who has found it free knows of nobody: the semaphore may be
+/// held in this very process, by something that goes around the wrappers.
 std::chrono::milliseconds longest_trust(const Waiting& waiting) {
-    return waiting.has_met_living_holder() ? 1s : 3s;
+    return waiting.has_found_it_busy() ? 1s : 3s;
 }
 
 int time_out() {
@@ -36,7 +36,7 @@ bool Update_lock::try_take(Waiting& waiting) {
     const Lock_answer answer = try_update_byte(fd);
     if (answer == Lock_answer::busy) {
         taken.store(false, std::memory_order_release);
-        waiting.note_living_holder();
+        waiting.note_busy();
         return false;
     }
     holders_are_known = answer == Lock_answer::taken;
@@ -81,7 +81,7 @@ bool Update_lock::take(Waiting& waiting) {
 /// since the slice ended is not found, so the semaphore is looked at once more, last; if it posts
 /// even later, its post is one too many.
 int Update_lock::outwait_holder(sem_t* semaphore, Waiting& waiting) {
-    waiting.begin();
+    waiting.begin_watch();
     if (!waiting.go_on()) {
         return time_out();
     }
@@ -92,7 +92,7 @@ int Update_lock::outwait_holder(sem_t* semaphore, Waiting& waiting) {
         if (!waiting.go_on()) {
             return time_out();
         }
-        if (holders_are_known && waiting.waited() >= longest_trust(waiting) &&
+        if (holders_are_known && waiting.watched() >= longest_trust(waiting) &&
             !may_have_old_neighbours(fd) && !is_free(semaphore)) {
             sem_post(semaphore);
             freed = true;

@@ -118,6 +118,12 @@ TEST(Doctor, FileThatTheSystemRefusesToOpenStays) {
     std::signal(SIGIO, SIG_DFL);
 }
 
+TEST(Doctor, SemUpdateIsLeftToWhoHasMappedTheRegionAlone) {
+    publish(registry_with({}, 0));
+    const Process holder = process_with_a_mapping_alone();
+    expect_verdict("semaphores", "warning", 0);
+}
+
 TEST(Doctor, ConfigurationIsCheckedToo) {
     write_ini("nuv_devicemgr", "[INTERFACES]\nUSB=0 ; enable later\n");
     expect_verdict("configuration", "warning", 7);

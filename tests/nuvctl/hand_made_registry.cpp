@@ -68,6 +68,19 @@ Region published_region() {
     return Region(static_cast<NUV_Devlist_Shm*>(mapped));
 }
 
+Process process_with_a_mapping_alone() {
+    return ready_process([](const Ready& is_ready) {
+        const int region = open(region_file, O_RDWR | O_CLOEXEC);
+        void* const mapped =
+            mmap(nullptr, NUV_SHM_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, region, 0);
+        close(region);
+        if (mapped != MAP_FAILED) {
+            is_ready();
+            wait_for_sigterm();
+        }
+    });
+}
+
 Process attached_process(long locked_byte, bool first_thread_ends) {
     return ready_process([&](const Ready& is_ready) {
         const int region = open(region_file, O_RDWR | O_CLOEXEC);

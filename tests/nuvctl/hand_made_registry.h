@@ -33,5 +33,7 @@ Region published_region();
 /// Has the published region mapped as two managers would, and the lock on one byte; its first
 /// thread may have ended.
 Process attached_process(long locked_byte, bool first_thread_ends = false);
+/// Has it mapped as well, and no descriptor of it.
+Process process_with_a_mapping_alone();
 
 }  // namespace nuv_test

@@ -125,7 +125,10 @@ void play(const Hold& now) {
     Member opener("who opens a camera", habits);
     opener.wait_until_attached();
     const Process reader([] {
-        shm_open(NUV_SHM_NAME, O_RDONLY, 0);
+        const int file = shm_open(NUV_SHM_NAME, O_RDONLY, 0);
+        if (mmap(nullptr, NUV_SHM_SIZE, PROT_READ, MAP_SHARED, file, 0) == MAP_FAILED) {
+            fail("a reader of the region does not map it");
+        }
         std::this_thread::sleep_for(1h);
     });
     const Process holder = now.start();
@@ -170,6 +173,26 @@ void old_neighbour_that_goes() {
     }
 }
 
+/// In the waiter's own process, for shorter than anybody is taken for dead.
+void holder_beside_the_wrapper() {
+    const auto manager = make_manager();
+    manager->Initialize();
+    sem_wait(manager->sema_update->sem);
+    std::atomic<bool> robbed{false};
+    std::thread waiter([&] {
+        manager->sema_update->wait();
+        robbed = true;
+        manager->sema_update->post();
+    });
+    std::this_thread::sleep_for(2s);
+    const bool robbed_while_held = robbed;
+    sem_post(manager->sema_update->sem);
+    waiter.join();
+    if (robbed_while_held || sem_update_value() != 1) {
+        fail("lost_sem_update: it was taken after 2 s, and is %d", sem_update_value());
+    }
+}
+
 /// With a scan that waits, a camera left open, and somebody who keeps `sem_update`.
 void shutdown() {
     const Shared<Ledger> ledger;
@@ -188,7 +211,7 @@ void shutdown() {
 }  // namespace
 
 void run_lost_sem_update(int rounds) {
-    constexpr void (*others[])() = {shutdown, old_neighbour_that_goes};
+    constexpr void (*others[])() = {shutdown, old_neighbour_that_goes, holder_beside_the_wrapper};
     constexpr int other_kinds = static_cast<int>(std::size(others));
     constexpr int kinds = other_kinds + static_cast<int>(std::size(holds));
     configure();

@@ -127,7 +127,7 @@ bool update_holder_is_lost(const Facts& facts) {
     const bool all_know_the_lock =
         !may_have_unseen_users(facts) &&
         std::all_of(users.begin(), users.end(), [](const Region_user& user) {
-            return user.presence_locks >= user.descriptors;
+            return user.presence_locks >= std::max(user.descriptors, user.managers);
         });
     return semaphores && is_held(semaphores->update) && semaphores->lock == Lock_state::free &&
            all_know_the_lock;
