@@ -36,7 +36,7 @@ nlohmann::json found_by(const std::string& check, const nlohmann::json& doctor) 
 
 nlohmann::json expect_verdict(const std::string& check, const std::string& verdict, int code,
                               const std::vector<std::string>& before = {}) {
-    const nlohmann::json found = found_by(check, answer(code, {"doctor"}, before));
+    nlohmann::json found = found_by(check, answer(code, {"doctor"}, before));
     EXPECT_EQ(found["verdict"], verdict) << check << ": " << found;
     return found;
 }
