@@ -3,6 +3,14 @@
 #include "registry/sliced_wait.h"
 
 namespace nuv {
+namespace {
+
+std::chrono::milliseconds since(std::chrono::steady_clock::time_point moment) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                 moment);
+}
+
+}  // namespace
 
 void Waiting::begin() {
     if (!times) {
@@ -16,9 +24,7 @@ void Waiting::begin_next_slice() {
 }
 
 std::chrono::milliseconds Waiting::waited() const {
-    using std::chrono::steady_clock;
-    return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() -
-                                                                 times->start);
+    return since(times->start);
 }
 
 void Waiting::begin_watch() {
@@ -30,9 +36,7 @@ void Waiting::begin_watch() {
 }
 
 std::chrono::milliseconds Waiting::watched() const {
-    using std::chrono::steady_clock;
-    return std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() -
-                                                                 *watch_start);
+    return since(*watch_start);
 }
 
 void Waiting::note_busy() {

@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 namespace nuv_test {
 
 namespace {
@@ -65,12 +62,6 @@ nlohmann::json said_of(pid_t process, const nlohmann::json& who) {
         }
     }
     return nullptr;
-}
-
-std::string text_of_file(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
 }
 
 }  // namespace nuv_test

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/child_process.h"
+#include "support/text_of_file.h"
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -35,7 +36,5 @@ nlohmann::json answer(int code, std::vector<std::string> arguments,
 void expect_fields(const nlohmann::json& answer, const nlohmann::json& fields);
 /// What `who` answers of one process; null when it does not name it.
 nlohmann::json said_of(pid_t process, const nlohmann::json& who);
-
-std::string text_of_file(const std::string& path);
 
 }  // namespace nuv_test

@@ -19,7 +19,7 @@ namespace robustness {
 namespace {
 
 /// How long a scan and an open take.
-constexpr milliseconds backend_delay(400);
+constexpr milliseconds backend_delay(800);
 /// A second of suspicion, the slices before it, and the look for old neighbours.
 constexpr milliseconds recovery_bound = 2s;
 /// Who waits for longer says so.
@@ -155,11 +155,13 @@ void play(const Hold& now) {
 }
 
 /// Also when it posts, and goes, right when somebody looks for it: before the n-th step of the
-/// waiter, which first takes the byte and waits for twelve slices.
+/// waiter, for every n.
 void old_neighbour_that_goes() {
     const auto manager = make_manager();
     manager->Initialize();
-    for (long step = 12; step <= 16; ++step) {
+    // Taking the byte, twelve slices, the look, a slice, the look.
+    constexpr long steps = 16;
+    for (long step = 1; step <= steps; ++step) {
         Process neighbour = start_root_neighbour();
         act_before_step(step, [&] {
             neighbour.signal(SIGTERM);

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <mutex>
 #include <regex>
 #include <sstream>
@@ -74,12 +73,6 @@ std::string told(const Log_record& record, const Replacements& changing) {
         all += text.empty() ? "" : text + '\n';
     }
     return all;
-}
-
-std::string text_of_file(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
 }
 
 }  // namespace nuv_test

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/stand_in_log.h"
+#include "support/text_of_file.h"
 
 #include <string>
 #include <utility>
@@ -32,7 +33,5 @@ using Replacements = std::vector<std::pair<std::string, std::string>>;
 /// "20000000 2 TEXT", its source and its level before it, and without what differs from run to run.
 /// A line of which nothing is left is left out.
 std::string told(const Log_record& record, const Replacements& changing);
-
-std::string text_of_file(const std::string& path);
 
 }  // namespace nuv_test
